@@ -1,10 +1,10 @@
-// Algorithm identifiers: the library's algorithm codes, their OIDs and names, DigestInfo, public keys
-// and signature parameters.
+// Algorithm identifiers: the library's algorithm codes, their OIDs and names, DigestInfo, public
+// keys and signature parameters.
 //
-// Readers return views into the caller's bytes, which must outlive them, and own nothing. On failure
-// a reader returns false; fields read before the fault keep their new values and the others what
-// they held: discard the record. Nothing outside the input is read, and bytes after the last element
-// of a structure are ignored. Everything here is pure and may be called from any thread.
+// Readers return views into the caller's bytes, which must outlive them, and own nothing. On
+// failure a reader returns false; fields read before the fault keep their new values and the others
+// what they held: discard the record. Nothing outside the input is read, and bytes after the last
+// element of a structure are ignored. Everything here is pure and may be called from any thread.
 
 #ifndef PKIDER_ASN_HELPER_H
 #define PKIDER_ASN_HELPER_H
@@ -18,9 +18,10 @@
 // ---- Algorithm codes ----
 
 // An algorithm, in four byte-wide fields from the least significant: kind (01 RSA, 02 RSASSA-PSS,
-// 03 DSA, 0E GOST R 34.10, 0F and 10 GOST R 34.10-2012 with 256 and 512 bits ...), key variant (01 the
-// elliptic-curve generation of GOST), hash (02 SHA1, 04 SHA256, 09 GOST R 34.11-94 ...) and vendor
-// flavour (01 ZUL, 02 CryptoPro, 04 SignalCOM). 0 is no algorithm. I2S_PKI_ALG_T lists them all.
+// 03 DSA, 0E GOST R 34.10, 0F and 10 GOST R 34.10-2012 with 256 and 512 bits ...), key variant (01
+// the elliptic-curve generation of GOST), hash (02 SHA1, 04 SHA256, 09 GOST R 34.11-94 ...) and
+// vendor flavour (01 ZUL, 02 CryptoPro, 04 SignalCOM). 0 is no algorithm. I2S_PKI_ALG_T lists them
+// all.
 typedef unsigned pki_alg_t;
 
 // Bytes of a constant table: the content octets of an OID (no tag, no length), or a whole
@@ -43,9 +44,9 @@ PKIDER_API const pki_oid_ref_t* PKI_CERT_SIGN_ALG_TO_OID(pki_alg_t alg);
 // (RFC 7427, appendix A), RSASSA-PSS parameters included; {null, 0} when there is none.
 PKIDER_API const pki_oid_ref_t* asn_form_ike_signalg(pki_alg_t alg);
 
-// OID content octets to code; 0 when unknown. Where several codes share an OID it is the plain form:
-// never a CryptoPro flavour, and RSASSA-PSS without its hash (asn_ike_signalg_t::to_pki_alg refines
-// it). `oid` may be null when `len` is 0.
+// OID content octets to code; 0 when unknown. Where several codes share an OID it is the plain
+// form: never a CryptoPro flavour, and RSASSA-PSS without its hash (asn_ike_signalg_t::to_pki_alg
+// refines it). `oid` may be null when `len` is 0.
 PKIDER_API pki_alg_t PKI_OID_TO_HASH_ALG(const void* oid, unsigned len);
 PKIDER_API pki_alg_t PKI_OID_TO_KEY_ALG(const void* oid, unsigned len);
 PKIDER_API pki_alg_t PKI_OID_TO_CERT_SIGN_ALG(const void* oid, unsigned len);
@@ -63,16 +64,16 @@ struct asn_algorid_t {
 // parameters whatever the digest.
 //
 // `alg` must be a digest's code (hash byte and flavour only). For any other the OID is written
-// empty (06 00): there is no failure result. Throws std::bad_alloc only, and then leaves `digest` as
-// it was.
+// empty (06 00): there is no failure result. Throws std::bad_alloc only, and then leaves `digest`
+// as it was.
 PKIDER_API void asn_add_alg_to_digest(std::string& digest, pki_alg_t alg);
 
 // asn_read_alg_from_digest reads the algorithm of the DigestInfo at the start of `digest_info` as a
 // view into that string.
 //
-// Returns false when an element is missing or malformed; algorithm parameters must be present. `alg`
-// is cleared first and stays so when the OID is not reached, but keeps the OID when a later element
-// is at fault. The OID may be any: PKI_OID_TO_HASH_ALG tells whether it is known.
+// Returns false when an element is missing or malformed; algorithm parameters must be present.
+// `alg` is cleared first and stays so when the OID is not reached, but keeps the OID when a later
+// element is at fault. The OID may be any: PKI_OID_TO_HASH_ALG tells whether it is known.
 PKIDER_API bool asn_read_alg_from_digest(asn_algorid_t* alg, const std::string& digest_info);
 
 // ---- Public keys ----

@@ -38,8 +38,8 @@ extern PKIDER_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT_FILE;
 // oid_str_to_asn_ converts the dotted text [begin, end) to DER content octets (X.690, 8.19).
 //
 // Returns the number of octets written to `out`, at most 506; 0 when the text is not a dotted OID
-// of at least two arcs, its first arc is above 2, an arc does not fit 32 bits, or the encoding would
-// be longer. `out` is then undefined. The second arc has no upper limit, whatever the first
+// of at least two arcs, its first arc is above 2, an arc does not fit 32 bits, or the encoding
+// would be longer. `out` is then undefined. The second arc has no upper limit, whatever the first
 // (0.40 gives the bytes of 1.0), and first * 40 + second wraps at 32 bits. Leading zeros of an arc
 // are accepted; spaces, signs and empty arcs are not.
 PKIDER_API unsigned oid_str_to_asn_(const char* begin, const char* end, unsigned char (&out)[512]);
@@ -58,9 +58,9 @@ PKIDER_API bool oid_asn_to_str_(const unsigned char* begin, const unsigned char*
 //   2.5.4.3 = CN, commonName
 //
 // Blanks (space, tab) are free around '=' and ','. A short name runs up to a blank, '=', ',' or the
-// line's end; a long name from after the ',' to the line's end, trailing blanks included. Lines that
-// do not begin with a valid OID and '=' are ignored, so any other text is a comment. Where two lines
-// give the same DER, dotted text or short name, the first is found by it.
+// line's end; a long name from after the ',' to the line's end, trailing blanks included. Lines
+// that do not begin with a valid OID and '=' are ignored, so any other text is a comment. Where two
+// lines give the same DER, dotted text or short name, the first is found by it.
 //
 // Always returns a map of the caller's, to be ended with oid_map_release. The text is copied.
 // Throws std::bad_alloc only.

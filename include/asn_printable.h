@@ -5,8 +5,8 @@
 //
 // A printable DN is a zero-terminated string of attributes NAME=value. ',' separates RDNs, '+' the
 // attributes of one RDN. Blanks (space, tab) are free before a name and between a name and its '=';
-// every other blank belongs to a value. In a value, '+' and ',' stand as they are only inside double
-// quotes or after a backslash. An empty or blank text is the name without attributes.
+// every other blank belongs to a value. In a value, '+' and ',' stand as they are only inside
+// double quotes or after a backslash. An empty or blank text is the name without attributes.
 //
 // Attributes are named by an OID map (asn_oidmap.h); a null map means none, and then every type is
 // a dotted OID. All functions are pure over the caller's memory: any thread. They throw
@@ -28,8 +28,8 @@ enum PrintableDnGetAttr : int {
   DN_GET_ATTR_VALUE = 1,  // its value: User1
 };
 
-// printable_dn_get_attr appends the text of the first attribute named `attr_name` (exact bytes: case
-// matters) to `result`, as written: quotes, backslashes and blanks stay.
+// printable_dn_get_attr appends the text of the first attribute named `attr_name` (exact bytes:
+// case matters) to `result`, as written: quotes, backslashes and blanks stay.
 //
 // Returns false, with `result` untouched, when `dn` is malformed or has no such attribute.
 PKIDER_API bool printable_dn_get_attr(const char* dn, const char* attr_name, std::string& result,
@@ -40,9 +40,9 @@ PKIDER_API bool printable_dn_get_attr(const char* dn, const char* attr_name, std
 // them. Malformed text simply does not match.
 //
 // It is one forward scan and never goes back: after a component fails at the comma that ends a
-// piece, the next piece is not examined (CN=ab is not found in CN=a,CN=ab); where the last component
-// ends inside a piece the answer is false at once, whatever follows. An empty `attrs` is contained
-// only in an empty `dn` or one that begins with a comma.
+// piece, the next piece is not examined (CN=ab is not found in CN=a,CN=ab); where the last
+// component ends inside a piece the answer is false at once, whatever follows. An empty `attrs` is
+// contained only in an empty `dn` or one that begins with a comma.
 PKIDER_API bool printable_dn_contain_attrs(const char* dn, const char* attrs);
 
 // printable_dn_C_before_CN is false when an attribute CN stands before the first attribute C, or
@@ -74,8 +74,8 @@ enum PrintableDnOrder : int {
 //
 // Returns false when the DER is malformed or a value cannot be converted. What was appended then
 // stays: in direct order everything before the fault; in reverse order the finished RDNs, each with
-// its comma, and nothing of the unfinished one. After std::bad_alloc what stands in `out` behind its
-// old content is unspecified. Nothing outside the `len` bytes is read.
+// its comma, and nothing of the unfinished one. After std::bad_alloc what stands in `out` behind
+// its old content is unspecified. Nothing outside the `len` bytes is read.
 PKIDER_API bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& out,
                                     PrintableDnOrder order, oid_map_handle_t map);
 
@@ -94,7 +94,8 @@ PKIDER_API bool asn_oid_to_printable(const unsigned char* der, unsigned len, std
 //
 // A name is looked up in `map` by short name (ASCII case ignored) or else must be a dotted OID. A
 // value is one of
-//   plain   a backslash stands before one of " # + , ; < = > \ or before two hexadecimal digits that
+//   plain   a backslash stands before one of " # + , ; < = > \ or before two hexadecimal digits
+//   that
 //           give a byte; without one, none of these nine may stand anywhere in it;
 //   "..."   only \" is an escape (for a quote); any other backslash stands for itself;
 //   #hex    the DER of an element, of which identifier and content are taken.

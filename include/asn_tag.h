@@ -10,8 +10,8 @@
 //   der.assign(reinterpret_cast<const char*>(sequence.encoded()), sequence.encoded_size());
 //
 // Lengths are always minimal. Every operation that grows the buffer throws std::bad_alloc when
-// memory runs out or the buffer would pass 32 bits, and then leaves the element as it was. A builder
-// belongs to one thread at a time.
+// memory runs out or the buffer would pass 32 bits, and then leaves the element as it was. A
+// builder belongs to one thread at a time.
 
 #ifndef PKIDER_ASN_TAG_H
 #define PKIDER_ASN_TAG_H

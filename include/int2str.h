@@ -54,8 +54,8 @@ typedef std::uint64_t cert_time64_t;
 // does not fit time_t. `utc` is not changed.
 //
 // It is mktime corrected by the local zone's offset as it is now, not as it was or will be at the
-// converted time, and `utc->tm_isdst` is used as it stands: across a change of the zone's offset the
-// result differs from timegm's by that change.
+// converted time, and `utc->tm_isdst` is used as it stands: across a change of the zone's offset
+// the result differs from timegm's by that change.
 PKIDER_API time_t mktime_utc_(tm* utc);
 
 namespace i2s {
@@ -83,9 +83,9 @@ PKIDER_API std::string& CertTimeToStringGMT(cert_time64_t t, std::string& s);
 PKIDER_API std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& s);
 
 // CertTimeFromLogStringGMT reads six numbers in the form that CertTimeToLogStringGMT writes; what
-// follows them is ignored. Returns the invalid time when there are fewer, the year is before 1900 or
-// does not fit 24 bits, or month or day is 0. The other fields have no upper limit and are truncated
-// to 8 bits.
+// follows them is ignored. Returns the invalid time when there are fewer, the year is before 1900
+// or does not fit 24 bits, or month or day is 0. The other fields have no upper limit and are
+// truncated to 8 bits.
 PKIDER_API cert_time64_t CertTimeFromLogStringGMT(const std::string& text);
 
 // CertTimeToString appends local time as "DD.MM.YYYY hh:mm:ss" to `s` and returns it; the UTC
@@ -93,7 +93,8 @@ PKIDER_API cert_time64_t CertTimeFromLogStringGMT(const std::string& text);
 // "Error time" when `t` is invalid or its year is before 1900.
 PKIDER_API std::string& CertTimeToString(cert_time64_t t, std::string& s);
 
-// CertTimeTo_time_t is mktime_utc_ of the fields; -1 when `t` is invalid or its year is before 1900.
+// CertTimeTo_time_t is mktime_utc_ of the fields; -1 when `t` is invalid or its year is before
+// 1900.
 PKIDER_API time_t CertTimeTo_time_t(cert_time64_t t);
 
 #endif

@@ -18,8 +18,8 @@
 
 // The MacData of a container.
 struct pkcs12_mac_t {
-  blob_t digest_alg;            // content of the digest's AlgorithmIdentifier; not examined
-  blob_t digest;                // the MAC
+  blob_t digest_alg;  // content of the digest's AlgorithmIdentifier; not examined
+  blob_t digest;      // the MAC
   blob_t mac_salt;
   unsigned mac_iterations = 0;  // 1 after reading when absent
 };
@@ -64,7 +64,8 @@ struct pkcs12_easy_t {
 // destroys the object. What the object throws passes through the library unchanged.
 //
 // The bytes that verify_mac and compute_mac are given are a complete OCTET STRING element, tag and
-// length included, whose content is the AuthenticatedSafe. RFC 7292 computes the MAC over that content.
+// length included, whose content is the AuthenticatedSafe. RFC 7292 computes the MAC over that
+// content.
 class pbe_crypto_t {
  public:
   // Tells whether `mac` is right for `data`. Called once per read, before any bag is parsed.
@@ -106,13 +107,14 @@ class pbe_crypto_t {
 PKIDER_API bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe_crypto_t* crypto,
                                      pkcs12_easy_t& out);
 
-// asn_write_pkcs12_easy replaces `out` with the PFX of a model: the plain bags in a data ContentInfo,
-// the encrypted ones in one encryptedData ContentInfo, either only if there are any, and the MacData.
+// asn_write_pkcs12_easy replaces `out` with the PFX of a model: the plain bags in a data
+// ContentInfo, the encrypted ones in one encryptedData ContentInfo, either only if there are any,
+// and the MacData.
 //
-// Nothing is checked. A bag whose type is neither key nor certificate is written with its attributes
-// only. Iteration counts are written by asn_write_INTEGER, which drops zero bytes: choose counts
-// without. `crypto` must not be null. Throws std::bad_alloc only, and then leaves `out` as it was; in
-// either case the plaintext built on the way is wiped.
+// Nothing is checked. A bag whose type is neither key nor certificate is written with its
+// attributes only. Iteration counts are written by asn_write_INTEGER, which drops zero bytes:
+// choose counts without. `crypto` must not be null. Throws std::bad_alloc only, and then leaves
+// `out` as it was; in either case the plaintext built on the way is wiped.
 PKIDER_API void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto,
                                       std::string& out);
 

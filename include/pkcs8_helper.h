@@ -5,9 +5,9 @@
 // before the fault keep their new values and the others what they held: discard the record. Nothing
 // outside the input is read, and bytes after the last element of a structure are ignored.
 //
-// Writers replace `out` with one complete element. They check nothing and throw std::bad_alloc only,
-// leaving `out` as it was. Buffers of the library that held key octets are wiped. Everything here
-// is pure and may be called from any thread.
+// Writers replace `out` with one complete element. They check nothing and throw std::bad_alloc
+// only, leaving `out` as it was. Buffers of the library that held key octets are wiped. Everything
+// here is pure and may be called from any thread.
 
 #ifndef PKIDER_PKCS8_HELPER_H
 #define PKIDER_PKCS8_HELPER_H
@@ -30,8 +30,8 @@ struct pkcs5_pbe_gost_t {
 // OID, not with its SEQUENCE.
 //
 // Returns false when the scheme, the KDF, the PRF or the cipher is another, or the structure is
-// malformed. Any cipher parameter set is accepted and not kept. A keyLength is accepted and ignored.
-// An empty iteration count leaves `out.iterations` as it was.
+// malformed. Any cipher parameter set is accepted and not kept. A keyLength is accepted and
+// ignored. An empty iteration count leaves `out.iterations` as it was.
 PKIDER_API bool asn_read_pkcs5_pbe_gost(const unsigned char* der, unsigned len,
                                         pkcs5_pbe_gost_t& out);
 

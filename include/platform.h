@@ -20,9 +20,9 @@ enum codepage_t : unsigned {
 
 // CodepageConverter turns UCS-2 or UCS-4, big-endian, into UTF-8 (RFC 3629).
 //
-// Input is invalid when its length is not a multiple of the unit (2 or 4 bytes), or when a unit is a
-// surrogate (D800 to DFFF) or above 10FFFF. A converter for any other pair of code pages finds every
-// input invalid. It holds no text; one object may serve many threads.
+// Input is invalid when its length is not a multiple of the unit (2 or 4 bytes), or when a unit is
+// a surrogate (D800 to DFFF) or above 10FFFF. A converter for any other pair of code pages finds
+// every input invalid. It holds no text; one object may serve many threads.
 class PKIDER_API CodepageConverter {
  public:
   CodepageConverter(codepage_t source, codepage_t target);
