@@ -1,0 +1,92 @@
+// Small tools of all tests: byte strings from and to hex, and exact-size copies of inputs.
+
+#ifndef PKIDER_TESTS_TEST_UTIL_H
+#define PKIDER_TESTS_TEST_UTIL_H
+
+#include <algorithm>
+#include <cctype>
+#include <cstddef>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <string_view>
+
+// Bytes from hex digits; everything that is no hex digit is a separator: from_hex("30 03 02 01
+// FF").
+inline std::string from_hex(std::string_view text) {
+  const auto digit = [](char c) {
+    const unsigned char u = static_cast<unsigned char>(c);
+    return std::isdigit(u) ? c - '0' : std::toupper(u) - 'A' + 10;
+  };
+  std::string digits;
+  std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
+               [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; });
+  std::string out;
+  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+    out += static_cast<char>(digit(digits[i]) * 16 + digit(digits[i + 1]));
+  }
+  return out;
+}
+
+// "30 03 02 01 FF": upper case, one space between bytes.
+inline std::string to_hex(const void* data, std::size_t size) {
+  static constexpr char digits[] = "0123456789ABCDEF";
+  const unsigned char* p = static_cast<const unsigned char*>(data);
+  std::string out;
+  for (std::size_t i = 0; i < size; ++i) {
+    if (i != 0) {
+      out += ' ';
+    }
+    out += digits[p[i] >> 4];
+    out += digits[p[i] & 15];
+  }
+  return out;
+}
+
+inline std::string to_hex(std::string_view bytes) {
+  return to_hex(bytes.data(), bytes.size());
+}
+
+// The bytes of any view with `data` and `size`: blob_t, pki_oid_ref_t.
+template <class View>
+std::string bytes_of(const View& view) {
+  return std::string(view.data, view.data + view.size);
+}
+
+// One DER element around `content`, with a minimal length.
+inline std::string der(unsigned char tag, const std::string& content) {
+  const std::size_t n = content.size();
+  std::string length;
+  if (n < 0x80) {
+    length = static_cast<char>(n);
+  } else {
+    for (std::size_t rest = n; rest != 0; rest >>= 8) {
+      length.insert(length.begin(), static_cast<char>(rest & 0xFF));
+    }
+    length.insert(length.begin(), static_cast<char>(0x80 | length.size()));
+  }
+  return static_cast<char>(tag) + length + content;
+}
+
+// A copy in a heap block of exactly its size, so that AddressSanitizer sees any read past its end.
+class exact_t {
+ public:
+  explicit exact_t(std::string_view bytes)
+      : block_(new unsigned char[bytes.size()]), size_(static_cast<unsigned>(bytes.size())) {
+    std::copy(bytes.begin(), bytes.end(), block_.get());
+  }
+  const unsigned char* data() const { return block_.get(); }
+  unsigned size() const { return size_; }
+  // True when the view is empty or lies wholly inside this block.
+  template <class View>
+  bool holds(const View& view) const {
+    return view.size == 0 || (view.data >= data() && view.data <= data() + size_ &&
+                              view.size <= static_cast<std::size_t>(data() + size_ - view.data));
+  }
+
+ private:
+  std::unique_ptr<unsigned char[]> block_;
+  unsigned size_;
+};
+
+#endif
