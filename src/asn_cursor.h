@@ -1,0 +1,81 @@
+// The reading cursor: every reader of the library walks its input with it.
+
+#ifndef PKIDER_SRC_ASN_CURSOR_H
+#define PKIDER_SRC_ASN_CURSOR_H
+
+#include <cstring>
+
+#include "asn_reader.h"
+
+// asn1_read_tag, inline. No other code looks at a length octet.
+inline const unsigned char* asn1_decode_header_(asn_tag_t::Type type, const unsigned char* p,
+                                                unsigned n, unsigned* len) {
+  if (n < 2) {
+    return nullptr;
+  }
+  if (type != asn_tag_t::ANY && p[0] != type) {
+    return nullptr;
+  }
+  const unsigned first = p[1];
+  if (first < 0x80) {
+    *len = first;
+    return n < first + 2 ? nullptr : p + 2;
+  }
+  const unsigned count = first & 0x7F;
+  if (count == 0 || count > 4 || n < count + 2) {
+    return nullptr;
+  }
+  unsigned length = 0;
+  for (unsigned i = 0; i < count; ++i) {
+    length = length << 8 | p[2 + i];
+  }
+  *len = length;
+  return n < length + count + 2 ? nullptr : p + count + 2;  // D4: the sum wraps
+}
+
+// Takes the next element, which must have the identifier `type`, off `cur`; its content is `out`.
+// On failure `cur` is unchanged and out->ptr null. Unlike asn1_read_tag it never accepts content
+// that ends beyond the cursor. `cur` and `out` must be two objects.
+inline bool asn1_read_tag_i_(asn_tag_t::Type type, asn_iter_t* cur, asn_iter_t* out) {
+  out->ptr = asn1_decode_header_(type, cur->ptr, cur->len, &out->len);
+  if (out->ptr == nullptr) {
+    return false;
+  }
+  const unsigned left = cur->len - static_cast<unsigned>(out->ptr - cur->ptr);
+  if (out->len > left) {
+    out->ptr = nullptr;
+    return false;
+  }
+  cur->ptr = out->ptr + out->len;
+  cur->len = left - out->len;
+  return true;
+}
+
+// The same step with the identifier made from a class and a tag number below 31.
+inline bool asn1_read_tag_i_(asn_tag::Class cls, unsigned char number, asn_iter_t* cur,
+                             asn_iter_t* out) {
+  const unsigned leading = cls == asn_tag::CONTEXT_PRIMITIVE ? 0x80U : (cls << 6 | 0x20U);
+  return asn1_read_tag_i_(static_cast<asn_tag_t::Type>(leading | number), cur, out);
+}
+
+// Tells whether the next element of `cur`, if any, has the identifier `type`.
+inline bool asn1_next_is_(asn_tag_t::Type type, const asn_iter_t& cur) {
+  return cur.len != 0 && cur.ptr[0] == type;
+}
+
+inline blob_t asn1_view_(const asn_iter_t& content) { return {content.len, content.ptr}; }
+
+inline asn_iter_t asn1_iter_(const blob_t& view) { return {view.data, view.size}; }
+
+// All from `begin` up to `end`.
+inline asn_iter_t asn1_range_(const unsigned char* begin, const unsigned char* end) {
+  return {begin, static_cast<unsigned>(end - begin)};
+}
+
+// Compares OID content octets with a table of them.
+template <unsigned N>
+bool asn_oid_equal_(const blob_t& oid, const unsigned char (&table)[N]) {
+  return oid.size == N && std::memcmp(oid.data, table, N) == 0;
+}
+
+#endif
