@@ -68,6 +68,27 @@ inline std::string der(unsigned char tag, const std::string& content) {
   return static_cast<char>(tag) + length + content;
 }
 
+// The content octets of a dotted OID.
+inline std::string oid_der(const std::string& dotted) {
+  std::string out;
+  unsigned long long arc = 0;
+  std::size_t count = 0;
+  for (std::size_t at = 0, dot = 0; dot != std::string::npos; at = dot + 1) {
+    dot = dotted.find('.', at);
+    const unsigned long long number = std::stoull(dotted.substr(at, dot - at));
+    arc = count == 1 ? arc * 40 + number : number;
+    if (count++ == 0) {
+      continue;
+    }
+    std::string groups(1, static_cast<char>(arc % 128));
+    while ((arc /= 128) != 0) {
+      groups.insert(groups.begin(), static_cast<char>(128 + arc % 128));
+    }
+    out += groups;
+  }
+  return out;
+}
+
 // A copy in a heap block of exactly its size, so that AddressSanitizer sees any read past its end.
 class exact_t {
  public:
@@ -88,5 +109,18 @@ class exact_t {
   std::unique_ptr<unsigned char[]> block_;
   unsigned size_;
 };
+
+// Calls `read(const exact_t&)` with every prefix of `sample` and every change of one of its bytes.
+template <class Read>
+void for_each_damaged(const std::string& sample, const Read& read) {
+  for (std::size_t i = 0; i < sample.size(); ++i) {
+    read(exact_t(sample.substr(0, i)));
+    std::string changed = sample;
+    for (int change = 1; change < 256; ++change) {
+      changed[i] = static_cast<char>(sample[i] ^ change);
+      read(exact_t(changed));
+    }
+  }
+}
 
 #endif
