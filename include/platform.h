@@ -36,8 +36,7 @@ class PKIDER_API CodepageConverter {
   unsigned convert(const void* text, unsigned size, char* out, unsigned out_size) const;
 
  private:
-  codepage_t source_;
-  codepage_t target_;
+  unsigned unit_size_;  // bytes in a unit of the source; 0 for a pair not supported
 };
 
 #endif

@@ -63,9 +63,13 @@ inline bool asn1_next_is_(asn_tag_t::Type type, const asn_iter_t& cur) {
   return cur.len != 0 && cur.ptr[0] == type;
 }
 
-inline blob_t asn1_view_(const asn_iter_t& content) { return {content.len, content.ptr}; }
+inline blob_t asn1_view_(const asn_iter_t& content) {
+  return {content.len, content.ptr};
+}
 
-inline asn_iter_t asn1_iter_(const blob_t& view) { return {view.data, view.size}; }
+inline asn_iter_t asn1_iter_(const blob_t& view) {
+  return {view.data, view.size};
+}
 
 // All from `begin` up to `end`.
 inline asn_iter_t asn1_range_(const unsigned char* begin, const unsigned char* end) {

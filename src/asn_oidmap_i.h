@@ -66,3 +66,76 @@ struct oid_strcmp_t {
     return head;
   }
 };
+
+// The order of entries by one of their keys: the shorter first, equal sizes by the byte comparison.
+template <auto Key, auto Size, class Compare>
+struct oid_map_compare_t {
+  bool operator()(const OIDdescr_t& a, const OIDdescr_t& b) const {
+    if (a.*Size != b.*Size) {
+      return a.*Size < b.*Size;
+    }
+    return Compare::compare(a.*Key, b.*Key, a.*Size) < 0;
+  }
+};
+
+// Entries in the order of one key. An ordered sequence rather than a tree: a search touches one
+// short run of rows, and reads an entry's own bytes only where its head already matches.
+template <auto Key, auto Size, class Compare>
+class oid_index_t {
+ public:
+  // Takes in all entries of a map; of those with one key, only the first.
+  void build(const std::list<OIDdescr_t>& entries) {
+    rows_.clear();
+    rows_.reserve(entries.size());
+    for (const OIDdescr_t& entry : entries) {
+      rows_.push_back({head_of(entry), &entry});
+    }
+    std::stable_sort(rows_.begin(), rows_.end(), precedes);
+    const auto same = [](const row& a, const row& b) { return !precedes(a, b); };
+    rows_.erase(std::unique(rows_.begin(), rows_.end(), same), rows_.end());
+  }
+
+  // The entry whose key equals that of `wanted`, or null.
+  const OIDdescr_t* find(const OIDdescr_t& wanted) const {
+    const row target = {head_of(wanted), &wanted};
+    const auto found = std::lower_bound(rows_.begin(), rows_.end(), target, precedes);
+    return found == rows_.end() || precedes(target, *found) ? nullptr : found->entry;
+  }
+
+ private:
+  struct row {
+    std::uint64_t head;  // size (up to 255), then the first bytes of the key
+    const OIDdescr_t* entry;
+  };
+
+  static std::uint64_t head_of(const OIDdescr_t& entry) {
+    const std::uint64_t size = std::min(entry.*Size, 255U);
+    return size << 56 | Compare::head(entry.*Key, entry.*Size);
+  }
+
+  static bool precedes(const row& a, const row& b) {
+    if (a.head != b.head) {
+      return a.head < b.head;
+    }
+    return oid_map_compare_t<Key, Size, Compare>()(*a.entry, *b.entry);
+  }
+
+  std::vector<row> rows_;
+};
+
+struct OIDmaps_t {
+  OIDmaps_t() = default;
+  OIDmaps_t(const OIDmaps_t&) = delete;
+  OIDmaps_t& operator=(const OIDmaps_t&) = delete;
+  ~OIDmaps_t();
+
+  std::list<OIDdescr_t> entries;  // in the order of the text; each owns its strings by oid_asn
+  oid_index_t<&OIDdescr_t::oid_asn, &OIDdescr_t::oid_asn_size, oid_memcmp_t> by_asn;
+  oid_index_t<&OIDdescr_t::oid_str, &OIDdescr_t::oid_str_size, oid_memcmp_t> by_str;
+  oid_index_t<&OIDdescr_t::oid_sn, &OIDdescr_t::oid_sn_size, oid_strcmp_t> by_sn;
+};
+
+// Adds the entries of a map text to `map`.
+void oid_map_parse_(OIDmaps_t& map, const char* text, unsigned size);
+
+#endif

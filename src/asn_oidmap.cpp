@@ -1,0 +1,341 @@
+#include "asn_oidmap.h"
+
+#include <charconv>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "asn_oidmap_i.h"
+#include "platform.h"
+
+// ---- OID codec ----
+
+namespace {
+
+constexpr unsigned max_oid_size = 506;
+
+bool is_digit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// Base 128, the most significant group first; 0 when that would pass the size limit.
+unsigned encode_arc(unsigned arc, unsigned char* out, unsigned room) {
+  unsigned count = 1;
+  for (unsigned rest = arc >> 7; rest != 0; rest >>= 7) {
+    ++count;
+  }
+  if (count > room) {
+    return 0;
+  }
+  unsigned char continued = 0;
+  for (unsigned i = count; i != 0; --i) {
+    out[i - 1] = static_cast<unsigned char>((arc & 0x7F) | continued);
+    arc >>= 7;
+    continued = 0x80;
+  }
+  return count;
+}
+
+}  // namespace
+
+bool str_to_uint32_(const char*& p, const char* end, char sep, unsigned& value) {
+  std::uint64_t number = 0;
+  for (; p != end && *p != sep; ++p) {
+    if (!is_digit(*p)) {
+      return false;
+    }
+    number = number * 10 + static_cast<unsigned>(*p - '0');
+    if (number > 0xFFFFFFFF) {
+      return false;
+    }
+  }
+  value = static_cast<unsigned>(number);
+  return true;
+}
+
+unsigned oid_str_to_asn_(const char* begin, const char* end, unsigned char (&out)[512]) {
+  if (begin == end || !is_digit(*begin)) {
+    return 0;
+  }
+  const char* p = begin;
+  unsigned first = 0;
+  if (!str_to_uint32_(p, end, '.', first) || first > 2 || p == end) {
+    return 0;
+  }
+  unsigned size = 0;
+  unsigned folded = first * 40;  // into the second arc; D9: wraps, and that arc has no limit
+  while (p != end) {
+    ++p;
+    if (p == end || !is_digit(*p)) {
+      return 0;
+    }
+    unsigned arc = 0;
+    if (!str_to_uint32_(p, end, '.', arc)) {
+      return 0;
+    }
+    const unsigned count = encode_arc(folded + arc, out + size, max_oid_size - size);
+    if (count == 0) {
+      return 0;
+    }
+    size += count;
+    folded = 0;
+  }
+  return size;
+}
+
+// At most ten digits.
+static char* put_number(char* at, unsigned value) {
+  return std::to_chars(at, at + 10, value).ptr;
+}
+
+bool oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::string& text) {
+  constexpr int two_arcs = 22;
+  char chunk[128];
+  char* const chunk_end = chunk + sizeof chunk;
+  char* tail = chunk;
+  const auto flush = [&] {
+    text.append(chunk, static_cast<std::size_t>(tail - chunk));
+    tail = chunk;
+  };
+  bool first = true;
+  for (const unsigned char* p = begin; p != end; ++p) {
+    unsigned value = *p & 0x7FU;
+    while ((*p & 0x80) != 0) {
+      if (++p == end) {
+        flush();
+        return false;
+      }
+      value = value << 7 | (*p & 0x7FU);
+    }
+    if (chunk_end - tail < two_arcs) {
+      flush();
+    }
+    if (first) {
+      tail = put_number(tail, value / 40);  // D10: also where this is above 2
+      *tail++ = '.';
+      value %= 40;
+      first = false;
+    }
+    tail = put_number(tail, value);
+    if (p + 1 != end) {
+      *tail++ = '.';
+    }
+  }
+  flush();
+  return begin != end;
+}
+
+// ---- Maps ----
+
+namespace {
+
+// The second line of 2.5.4.8 only adds the alias S: output always says ST.
+constexpr char builtin_text[] =
+    "2.5.4.3 = CN, commonName\n"
+    "2.5.4.4 = SN, surName\n"
+    "2.5.4.6 = C, countryName\n"
+    "2.5.4.7 = L, localityName\n"
+    "2.5.4.8 = ST, stateName\n"
+    "2.5.4.8 = S, stateName\n"
+    "2.5.4.9 = STREET, streetAddress\n"
+    "2.5.4.10 = O, organizationName\n"
+    "2.5.4.11 = OU, organizationalUnitName\n"
+    "2.5.4.12 = T, title\n"
+    "2.5.4.20 = TEL, telephoneNumber\n"
+    "2.5.4.23 = FAX, facsimileNumber\n"
+    "2.5.4.41 = NQ, nameQualifier\n"
+    "2.5.4.42 = GN, givenName\n"
+    "2.5.4.43 = I, initials\n"
+    "2.5.4.44 = GQ, generationQualifier\n"
+    "2.5.4.46 = DNQ, dnQualifier\n"
+    "2.5.4.65 = PS, pseudonym\n"
+    "0.9.2342.19200300.100.1.1 = UID, uid\n"
+    "0.9.2342.19200300.100.1.3 = MBOX, rfc822Mailbox\n"
+    "0.9.2342.19200300.100.1.25 = DC, domainComponent\n"
+    "1.2.840.113549.1.9.1 = E, emailAddress\n"
+    "1.3.6.1.4.1.42.2.11.2.1 = SUNIP, ipAddress\n";
+static_assert(sizeof builtin_text - 1 == 711);
+
+// A stretch of map text.
+struct text_t {
+  const char* begin;
+  const char* end;
+
+  std::size_t size() const { return static_cast<std::size_t>(end - begin); }
+};
+
+bool is_line_end(char c) {
+  return c == '\r' || c == '\n';
+}
+bool is_blank(char c) {
+  return c == ' ' || c == '\t';
+}
+bool is_oid_char(char c) {
+  return is_digit(c) || c == '.';
+}
+bool ends_short_name(char c) {
+  return is_blank(c) || c == '=' || c == ',' || is_line_end(c);
+}
+
+// Takes the longest run of characters for which `belongs` holds off the front of `rest`.
+template <class Predicate>
+text_t take(text_t& rest, Predicate belongs) {
+  const char* begin = rest.begin;
+  rest.begin = std::find_if_not(begin, rest.end, belongs);
+  return {begin, rest.begin};
+}
+
+text_t take_line(text_t& rest) {
+  return take(rest, [](char c) { return !is_line_end(c); });
+}
+
+// Takes `c` and the blanks around it off the front of `rest`, if it comes next.
+bool take_sign(text_t& rest, char c) {
+  take(rest, is_blank);
+  if (rest.begin == rest.end || *rest.begin != c) {
+    return false;
+  }
+  ++rest.begin;
+  take(rest, is_blank);
+  return true;
+}
+
+const char* put(char*& at, const text_t& text) {
+  const char* begin = at;
+  at = std::copy(text.begin, text.end, at);
+  *at++ = 0;
+  return begin;
+}
+
+char upper(char c) {
+  return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+
+// One array holds the DER octets, then the three strings, each ended by a zero byte.
+void add_entry(OIDmaps_t& map, const text_t& oid, const text_t& sn, const text_t& ln) {
+  unsigned char der[512];
+  const unsigned der_size = oid_str_to_asn_(oid.begin, oid.end, der);
+  if (der_size == 0) {
+    return;
+  }
+  auto bytes = std::make_unique<unsigned char[]>(der_size + oid.size() + sn.size() + ln.size() + 3);
+  std::copy_n(der, der_size, bytes.get());
+  char* at = reinterpret_cast<char*>(bytes.get()) + der_size;
+  OIDdescr_t entry;
+  entry.oid_asn = bytes.get();
+  entry.oid_asn_size = der_size;
+  entry.oid_str = put(at, oid);
+  entry.oid_str_size = static_cast<unsigned>(oid.size());
+  char* const name = at;
+  entry.oid_sn = put(at, sn);
+  entry.oid_sn_size = static_cast<unsigned>(sn.size());
+  std::transform(name, at, name, upper);
+  entry.oid_ln = put(at, ln);
+  entry.oid_ln_size = static_cast<unsigned>(ln.size());
+  map.entries.push_back(entry);
+  bytes.release();
+}
+
+}  // namespace
+
+void oid_map_parse_(OIDmaps_t& map, const char* text, unsigned size) {
+  text_t rest = {text, text + size};
+  for (;;) {
+    take(rest, is_line_end);
+    take(rest, is_blank);
+    const text_t oid = take(rest, is_oid_char);
+    if (rest.begin == rest.end) {
+      break;
+    }
+    if (take_sign(rest, '=')) {
+      const text_t sn = take(rest, [](char c) { return !ends_short_name(c); });
+      const text_t ln = take_sign(rest, ',') ? take_line(rest) : text_t{rest.begin, rest.begin};
+      add_entry(map, oid, sn, ln);
+    }
+    take_line(rest);
+  }
+  map.by_asn.build(map.entries);
+  map.by_str.build(map.entries);
+  map.by_sn.build(map.entries);
+}
+
+OIDmaps_t::~OIDmaps_t() {
+  for (const OIDdescr_t& entry : entries) {
+    delete[] entry.oid_asn;
+  }
+}
+
+oid_map_handle_t oid_map_parse(const char* text, unsigned size) {
+  auto map = std::make_unique<OIDmaps_t>();
+  oid_map_parse_(*map, text, size);
+  return map.release();
+}
+
+void oid_map_release(oid_map_handle_t map) {
+  delete map;
+}
+
+const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsigned char* der, unsigned size) {
+  OIDdescr_t wanted;
+  wanted.oid_asn = der;
+  wanted.oid_asn_size = size;
+  return map->by_asn.find(wanted);
+}
+
+const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text, unsigned size) {
+  OIDdescr_t wanted;
+  wanted.oid_str = text;
+  wanted.oid_str_size = size;
+  return map->by_str.find(wanted);
+}
+
+const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned size) {
+  OIDdescr_t wanted;
+  wanted.oid_sn = name;
+  wanted.oid_sn_size = size;
+  return map->by_sn.find(wanted);
+}
+
+// ---- The default maps ----
+
+namespace {
+
+struct default_oid_map_t : OIDmaps_t {
+  default_oid_map_t() { oid_map_parse_(*this, builtin_text, sizeof builtin_text - 1); }
+};
+
+struct file_closer_t {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// The whole file, or nothing if it cannot be read whole.
+std::string read_file(const std::string& path) {
+  const std::unique_ptr<std::FILE, file_closer_t> file(std::fopen(path.c_str(), "rb"));
+  // A directory opens too, and may have any size; but nothing can be read from it.
+  if (file == nullptr || std::fgetc(file.get()) == EOF) {
+    return {};
+  }
+  std::fseek(file.get(), 0, SEEK_END);
+  const long end = std::ftell(file.get());
+  std::string text(static_cast<std::size_t>(end < 0 ? 1 : end), 0);
+  std::fseek(file.get(), 0, SEEK_SET);
+  if (std::fread(text.data(), text.size(), 1, file.get()) != 1) {
+    return {};
+  }
+  return text;
+}
+
+struct default_file_oid_map_t : default_oid_map_t {
+  default_file_oid_map_t() {
+    const std::string text = read_file(std::string(system_config_dir()) + "zeloids.cfg");
+    oid_map_parse_(*this, text.data(), static_cast<unsigned>(text.size()));
+  }
+};
+
+default_oid_map_t default_map;
+default_file_oid_map_t default_file_map;
+
+}  // namespace
+
+const oid_map_handle_t OID_MAP_HANDLE_DEFAULT = &default_map;
+const oid_map_handle_t OID_MAP_HANDLE_DEFAULT_FILE = &default_file_map;

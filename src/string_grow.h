@@ -1,0 +1,21 @@
+// Making room at the end of a byte string.
+
+#ifndef PKIDER_SRC_STRING_GROW_H
+#define PKIDER_SRC_STRING_GROW_H
+
+#include <cstdint>
+#include <new>
+#include <string>
+
+// Appends `count` bytes for the caller to fill and returns the first. Throws std::bad_alloc,
+// whether memory runs out or the string cannot be that long.
+inline char* grow_string_(std::string& s, std::uint64_t count) {
+  const std::size_t old_size = s.size();
+  if (count > s.max_size() - old_size) {
+    throw std::bad_alloc();
+  }
+  s.resize(old_size + static_cast<std::size_t>(count));
+  return s.data() + old_size;
+}
+
+#endif
