@@ -1,0 +1,55 @@
+// pkider: names, object identifiers, certificates and key containers on the command line.
+
+#include <iostream>
+
+#include "cli.h"
+#include "verbs.h"
+
+namespace {
+
+constexpr int status_bad_input = 1;
+constexpr int status_wrong_usage = 2;
+
+int run(int argc, char** argv) {
+  CLI::App app("Names, object identifiers, certificates and key containers in DER.", "pkider");
+  app.set_version_flag("--version", "pkider " PKIDER_VERSION);
+  app.require_subcommand(1);
+  add_name_verb(app);
+  add_dn_verb(app);
+  add_oid_verb(app);
+  add_cert_verb(app);
+  if (add_p12_verb != nullptr) {
+    add_p12_verb(app);
+  }
+  if (add_key_verb != nullptr) {
+    add_key_verb(app);
+  }
+  for (CLI::App* verb : app.get_subcommands({})) {
+    verb->add_option("--config", config_files(), "Extend the OID map by the lines of this file")
+        ->type_name("FILE")
+        ->expected(1);
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::RuntimeError& e) {
+    return e.get_exit_code();
+  } catch (const CLI::ParseError& e) {
+    return app.exit(e) == 0 ? 0 : status_wrong_usage;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  int status = status_bad_input;
+  try {
+    status = run(argc, argv);
+  } catch (const std::exception& e) {
+    report(e.what());
+  }
+  if (!std::cout.flush()) {
+    report("standard output: cannot be written");
+  }
+  return status == 0 && anything_reported() ? status_bad_input : status;
+}
