@@ -6,7 +6,7 @@
 #include <cstring>
 #include <limits>
 
-#include "string_grow.h"
+#include "out_string.h"
 
 // ---- Names of codes ----
 

@@ -1,11 +1,13 @@
-// Making room at the end of a byte string.
+// Output strings: making room at the end, and taking over a finished element.
 
-#ifndef PKIDER_SRC_STRING_GROW_H
-#define PKIDER_SRC_STRING_GROW_H
+#ifndef PKIDER_SRC_OUT_STRING_H
+#define PKIDER_SRC_OUT_STRING_H
 
 #include <cstdint>
 #include <new>
 #include <string>
+
+#include "asn_tag.h"
 
 // Appends `count` bytes for the caller to fill and returns the first. Throws std::bad_alloc,
 // whether memory runs out or the string cannot be that long.
@@ -16,6 +18,11 @@ inline char* grow_string_(std::string& s, std::uint64_t count) {
   }
   s.resize(old_size + static_cast<std::size_t>(count));
   return s.data() + old_size;
+}
+
+template <unsigned N>
+void assign_tag_(std::string& out, const asn_tag_t_<N>& element) {
+  out.assign(reinterpret_cast<const char*>(element.encoded()), element.encoded_size());
 }
 
 #endif
