@@ -1,3 +1,89 @@
+// pkider dn: a printable distinguished name in its normal form, and as DER.
+
+#include <iostream>
+#include <memory>
+
+#include "cli.h"
 #include "verbs.h"
 
-void add_dn_verb(CLI::App&) {}
+namespace {
+
+bool encodes(const std::string& dn) {
+  std::string der;
+  return printable_to_asn_dn(dn.c_str(), der, oid_map());
+}
+
+constexpr char separators[] = ",+";
+constexpr char blanks[] = " \t";
+
+bool is_attribute(const std::string& text) {
+  return text.find_first_not_of(blanks) != text.npos && encodes(text);
+}
+
+// What is left of a malformed name after its leading well-formed attributes. A separator inside
+// quotes or after a backslash is none: what stands before it does not encode, but a longer piece
+// does.
+std::string faulty_rest(const std::string& dn) {
+  std::size_t begin = 0;
+  std::size_t end = dn.find_first_of(separators);
+  while (end != dn.npos) {
+    if (is_attribute(dn.substr(begin, end - begin))) {
+      begin = end + 1;
+    }
+    end = dn.find_first_of(separators, end + 1);
+  }
+  return dn.substr(begin);
+}
+
+// Which attribute is at fault, and why.
+std::string explain(const std::string& dn) {
+  const std::string rest = faulty_rest(dn);
+  const std::size_t begin = rest.find_first_not_of(blanks);
+  if (begin == rest.npos) {
+    return "an attribute is missing at the end";
+  }
+  const std::string before_equals = rest.substr(begin, rest.find('=') - begin);
+  const std::string first = before_equals.substr(0, before_equals.find_first_of(separators));
+  if (begin + first.size() == rest.size() || rest[begin + first.size()] != '=') {
+    return "no '=' in \"" + first + '"';
+  }
+  const std::string name = first.substr(0, first.find_last_not_of(blanks) + 1);
+  if (name.empty() || !encodes(name + '=')) {
+    return "unknown attribute name in \"" + first + "=\"";
+  }
+  std::string attribute;
+  const bool split = printable_dn_get_attr(rest.c_str(), name.c_str(), attribute, DN_GET_ATTR_RDN);
+  return "malformed value in \"" + (split ? attribute : rest) + '"';
+}
+
+void run(const std::string& text, bool with_der) {
+  std::string normal;
+  std::string der;
+  if (text.find('\0') != text.npos) {
+    throw input_error(text, "holds a zero byte");
+  }
+  if (!encodes(text)) {
+    throw input_error(text, explain(text));
+  }
+  if (!printable_dn_normalize(text, normal, &der, oid_map())) {
+    throw input_error(text, "malformed value after \"" + normal + '"');
+  }
+  std::cout << printable(normal) << '\n';
+  if (with_der) {
+    std::cout << hex({size(der), bytes(der)}) << '\n';
+  }
+}
+
+}  // namespace
+
+void add_dn_verb(CLI::App& app) {
+  struct options_t {
+    std::string text;
+    bool der = false;
+  };
+  const auto options = std::make_shared<options_t>();
+  CLI::App* verb = app.add_subcommand("dn", "Show the normal form of a printable name");
+  verb->add_option("TEXT", options->text, "A name, such as C=RU,O=Org+OU=Dev,CN=User1")->required();
+  verb->add_flag("--der", options->der, "Show its DER too, in hexadecimal on a second line");
+  verb->callback([options] { run(options->text, options->der); });
+}
