@@ -1,0 +1,60 @@
+// Printable names: queries, reversal, encoding, the normal form. Up to its first zero byte the
+// input is a name; what follows is looked for in it.
+
+#include "asn_printable.h"
+#include "laws.h"
+
+namespace {
+
+// All of the DER is replaced or none of it; it is one element; its text is a fixed point.
+void check_encoding(const char* dn, oid_map_handle_t map) {
+  std::string der = "~";
+  std::string by_product = "~";
+  std::string text = "~";
+  const bool encoded = printable_to_asn_dn(dn, der, map);
+  const bool decoded = printable_dn_normalize(dn, text, &by_product, map);
+  law(by_product == der && (encoded || (der == "~" && text == "~" && !decoded)));
+  if (!encoded) {
+    return;
+  }
+  unsigned length = 0;
+  const unsigned size = static_cast<unsigned>(der.size());
+  const auto* p = reinterpret_cast<const unsigned char*>(der.data());
+  const unsigned char* const content = asn1_read_tag(asn_tag_t::SEQUENCE, p, size, &length);
+  law(content != nullptr && content + length == p + size);
+
+  std::string again;
+  if (decoded && text.find('\0') == std::string::npos &&
+      printable_to_asn_dn(text.c_str(), der, map)) {
+    law(printable_dn_normalize(text, again, nullptr, map) && again == text);
+  }
+}
+
+void check_queries(const std::string& dn, const char* other) {
+  law(printable_dn_contain_attrs(dn.c_str(), dn.c_str()));
+  printable_dn_contain_attrs(dn.c_str(), other);
+  std::string rdn;
+  std::string value;
+  const bool found = printable_dn_get_attr(dn.c_str(), other, rdn, DN_GET_ATTR_RDN);
+  law(found == printable_dn_get_attr(dn.c_str(), other, value, DN_GET_ATTR_VALUE));
+  law(found ? dn.find(rdn) != std::string::npos : rdn.empty() && value.empty());
+
+  std::string turned = dn;
+  const bool well_formed = printable_dn_reverse(turned.data()) != nullptr;
+  law(well_formed || (turned == dn && !printable_dn_C_before_CN(dn.c_str())));
+  // A backslash that ends the text escapes the comma that comes to stand behind it.
+  if (well_formed && (dn.empty() || dn.back() != '\\')) {
+    law(printable_dn_reverse(turned.data()) != nullptr && turned == dn);
+  }
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string input = std::string(text_of(data, size)) + '\0';
+  const std::string dn = input.c_str();
+  check_queries(dn, input.c_str() + std::min(dn.size() + 1, input.size()));
+  check_encoding(dn.c_str(), OID_MAP_HANDLE_DEFAULT);
+  check_encoding(dn.c_str(), nullptr);
+  return 0;
+}
