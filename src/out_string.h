@@ -1,8 +1,9 @@
-// Output strings: making room at the end, and taking over a finished element.
+// Outputs: room at the end of strings and elements, and strings that take over a finished element.
 
 #ifndef PKIDER_SRC_OUT_STRING_H
 #define PKIDER_SRC_OUT_STRING_H
 
+#include <algorithm>
 #include <cstdint>
 #include <new>
 #include <string>
@@ -20,6 +21,17 @@ inline char* grow_string_(std::string& s, std::uint64_t count) {
   return s.data() + old_size;
 }
 
+// Appends a child to a parent that may get any number of them: room at least doubles when it grows,
+// which the builder's own growth does not.
+template <unsigned N, unsigned M>
+void append_one_of_many_(asn_tag_t_<N>& parent, const asn_tag_t_<M>& child) {
+  if (parent.capacity - parent.len < std::uint64_t{child.size} + 6) {
+    parent.reserve(std::max(parent.len, child.size));
+  }
+  parent.append_tag(child);
+}
+
+// Replaces `out` with a finished element.
 template <unsigned N>
 void assign_tag_(std::string& out, const asn_tag_t_<N>& element) {
   out.assign(reinterpret_cast<const char*>(element.encoded()), element.encoded_size());

@@ -259,7 +259,7 @@ unsigned compose(unsigned char prefix, unsigned char base) {
 
 // Calls `take` with each code point of a T.61 string; false at the first invalid byte.
 template <class Take>
-bool decode(const unsigned char* src, unsigned len, unsigned char following, Take take) {
+bool decode(const unsigned char* src, unsigned len, const unsigned char* following, Take take) {
   for (unsigned i = 0; i < len; ++i) {
     const unsigned char c = src[i];
     if (t61_tab[c] == 0) {
@@ -270,7 +270,7 @@ bool decode(const unsigned char* src, unsigned len, unsigned char following, Tak
       continue;
     }
     ++i;
-    const unsigned char base = i < len ? src[i] : following;
+    const unsigned char base = i < len ? src[i] : *following;
     const bool alone = base == 0 || base == 0x20;
     if (alone && accents[c & 15] != 0) {
       take(accents[c & 15]);
@@ -286,7 +286,7 @@ bool decode(const unsigned char* src, unsigned len, unsigned char following, Tak
 
 }  // namespace
 
-bool t61_append_utf8_(const unsigned char* src, unsigned len, unsigned char following,
+bool t61_append_utf8_(const unsigned char* src, unsigned len, const unsigned char* following,
                       std::string& out) {
   std::uint64_t total = 0;
   const auto measure = [&](unsigned c) {
@@ -302,8 +302,7 @@ bool t61_append_utf8_(const unsigned char* src, unsigned len, unsigned char foll
 
 bool ldap_t61s_to_utf8s(const char* src, unsigned len, std::string& out) {
   const auto* bytes = reinterpret_cast<const unsigned char*>(src);
-  const bool reads_on = len != 0 && is_prefix(bytes[len - 1]);
-  return t61_append_utf8_(bytes, len, reads_on ? bytes[len] : 0, out);
+  return t61_append_utf8_(bytes, len, bytes + len, out);
 }
 
 int ldap_x_wc_to_utf8(char* dst, unsigned wc, unsigned count) {

@@ -5,9 +5,9 @@
 
 #include <string>
 
-// ldap_t61s_to_utf8s where the byte after the input is given: it is looked at only when the last
-// byte is a diacritic prefix.
-bool t61_append_utf8_(const unsigned char* src, unsigned len, unsigned char following,
+// ldap_t61s_to_utf8s with the byte after the input elsewhere. It is read only when the input ends
+// in a diacritic prefix.
+bool t61_append_utf8_(const unsigned char* src, unsigned len, const unsigned char* following,
                       std::string& out);
 
 #endif

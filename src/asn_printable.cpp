@@ -1,0 +1,670 @@
+#include "asn_printable.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "asn_cursor.h"
+#include "asn_helper.h"
+#include "asn_printable_i.h"
+#include "asn_tag.h"
+#include "int2str.h"
+#include "out_string.h"
+#include "platform.h"
+#include "t61_i.h"
+
+// ---- Splitting ----
+
+namespace {
+
+constexpr unsigned usual_attributes = 10;
+
+const char* skip_blanks(const char* p) {
+  while (*p == ' ' || *p == '\t') {
+    ++p;
+  }
+  return p;
+}
+
+// The first '=', blank or terminating zero.
+const char* find_name_end(const char* p) {
+  while (*p != '=' && *p != ' ' && *p != '\t' && *p != 0) {
+    ++p;
+  }
+  return p;
+}
+
+// The separator or terminating zero that ends a value; null when a quote stays open.
+const char* find_value_end(const char* p) {
+  bool quoted = false;
+  for (;; ++p) {
+    switch (*p) {
+      case 0:
+        return quoted ? nullptr : p;
+      case '"':
+        quoted = !quoted;
+        break;
+      case '\\':
+        if (p[1] != 0) {
+          ++p;
+        }
+        break;
+      case '+':
+      case ',':
+        if (!quoted) {
+          return p;
+        }
+        break;
+      default:
+        break;
+    }
+  }
+}
+
+std::vector<RDNdescr_t> usual_vector() {
+  std::vector<RDNdescr_t> attributes;
+  attributes.reserve(usual_attributes);
+  return attributes;
+}
+
+std::string_view name_of(const RDNdescr_t& attribute) {
+  return {attribute.name_begin,
+          static_cast<std::size_t>(attribute.name_end - attribute.name_begin)};
+}
+
+}  // namespace
+
+bool printable_dn_parse(const char* dn, std::vector<RDNdescr_t>& out) {
+  const char* p = skip_blanks(dn);
+  if (*p == 0) {
+    return true;
+  }
+  RDNdescr_t attribute;
+  attribute.plus_joined = false;
+  for (;;) {
+    attribute.name_begin = p;
+    attribute.name_end = find_name_end(p);
+    p = skip_blanks(attribute.name_end);
+    if (*p != '=' || attribute.name_end == attribute.name_begin) {
+      return false;
+    }
+    attribute.value_begin = p + 1;
+    attribute.value_end = find_value_end(p + 1);
+    if (attribute.value_end == nullptr) {
+      return false;
+    }
+    out.push_back(attribute);
+    p = attribute.value_end;
+    if (*p == 0) {
+      return true;
+    }
+    attribute.plus_joined = *p == '+';
+    p = skip_blanks(p + 1);
+    if (*p == 0) {
+      return false;
+    }
+  }
+}
+
+// ---- Queries and edits on the text ----
+
+bool printable_dn_get_attr(const char* dn, const char* attr_name, std::string& result,
+                           PrintableDnGetAttr mode) {
+  std::vector<RDNdescr_t> attributes = usual_vector();
+  if (!printable_dn_parse(dn, attributes)) {
+    return false;
+  }
+  for (const RDNdescr_t& attribute : attributes) {
+    if (name_of(attribute) == attr_name) {
+      result.append(mode == DN_GET_ATTR_VALUE ? attribute.value_begin : attribute.name_begin,
+                    attribute.value_end);
+      return true;
+    }
+  }
+  return false;
+}
+
+bool printable_dn_contain_attrs(const char* dn, const char* attrs) {
+  const char* component = attrs;
+  const char* pattern = attrs;
+  bool quoted = false;
+  bool armed = true;
+  char before = 0;
+  for (; *dn != 0; before = *dn++) {
+    const char c = *dn;
+    const bool escaped = before == '\\';
+    if (c == '"' && !escaped) {
+      quoted = !quoted;
+    } else if (c == ',' && !escaped && !quoted) {
+      if (armed && *pattern == 0) {
+        return true;
+      }
+      if (!armed) {
+        armed = true;
+        continue;
+      }
+    } else if (armed && *pattern == 0) {
+      return c == ',' && !quoted;
+    }
+    if (!armed) {
+      continue;
+    }
+    if (c != *pattern) {
+      pattern = component;
+      armed = false;
+      continue;
+    }
+    ++pattern;
+    if (c == ',' && !quoted) {
+      component = pattern;
+    }
+  }
+  return *pattern == 0;
+}
+
+bool printable_dn_C_before_CN(const char* dn) {
+  std::vector<RDNdescr_t> attributes = usual_vector();
+  if (!printable_dn_parse(dn, attributes)) {
+    return false;
+  }
+  bool cn_seen = false;
+  for (const RDNdescr_t& attribute : attributes) {
+    const std::string_view name = name_of(attribute);
+    if (name == "C") {
+      return !cn_seen;
+    }
+    cn_seen = cn_seen || name == "CN";
+  }
+  return true;
+}
+
+char* printable_dn_reverse(char* dn) {
+  std::vector<RDNdescr_t> attributes = usual_vector();
+  if (!printable_dn_parse(dn, attributes)) {
+    return nullptr;
+  }
+  if (attributes.size() < 2) {
+    return dn;
+  }
+  const auto at = [dn](const char* p) { return dn + (p - dn); };
+  for (auto first = attributes.begin(); first != attributes.end();) {
+    const auto next = std::find_if(first + 1, attributes.end(),
+                                   [](const RDNdescr_t& a) { return !a.plus_joined; });
+    char* begin = at(first->name_begin);
+    while (begin != dn && (begin[-1] == ' ' || begin[-1] == '\t')) {
+      --begin;
+    }
+    std::reverse(begin, at((next - 1)->value_end));
+    first = next;
+  }
+  std::reverse(dn, at(attributes.back().value_end));
+  return dn;
+}
+
+// ---- DER to text ----
+
+namespace {
+
+// What a byte of a value means on its way to DER and back.
+enum : unsigned char {
+  not_printable = 1,  // outside PrintableString's alphabet
+  not_ascii = 2,
+  is_special = 4,  // one of the nine that a backslash must escape
+};
+
+constexpr bool is_one_of(const char* set, char c) {
+  for (; *set != 0; ++set) {
+    if (*set == c) {
+      return true;
+    }
+  }
+  return false;
+}
+
+struct byte_classes_t {
+  unsigned char of[256];
+
+  constexpr byte_classes_t() : of() {
+    for (unsigned i = 0; i < 256; ++i) {
+      const char c = static_cast<char>(i);
+      const bool printable = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+                             (c >= '0' && c <= '9') || is_one_of(" '()+,-./:=?", c);
+      of[i] =
+          static_cast<unsigned char>((printable ? 0 : not_printable) | (i >= 0x80 ? not_ascii : 0) |
+                                     (is_one_of("\"#+,;<=>\\", c) ? is_special : 0));
+    }
+  }
+};
+
+constexpr byte_classes_t byte_classes;
+
+unsigned class_of(char c) {
+  return byte_classes.of[static_cast<unsigned char>(c)];
+}
+
+constexpr asn_tag_t::Type tag(unsigned identifier) {
+  return static_cast<asn_tag_t::Type>(identifier);
+}
+
+constexpr asn_tag_t::Type utf8_string = tag(0x0C);
+constexpr asn_tag_t::Type numeric_string = tag(0x12);
+constexpr asn_tag_t::Type printable_string = tag(0x13);
+constexpr asn_tag_t::Type t61_string = tag(0x14);
+constexpr asn_tag_t::Type ia5_string = tag(0x16);
+constexpr asn_tag_t::Type universal_string = tag(0x1C);
+
+constexpr unsigned text_tags = 1U << utf8_string | 1U << numeric_string | 1U << printable_string |
+                               1U << t61_string | 1U << ia5_string | 1U << universal_string |
+                               1U << asn_tag_t::BMP_STRING;
+
+bool is_text(unsigned identifier) {
+  return identifier <= asn_tag_t::BMP_STRING && (text_tags >> identifier & 1) != 0;
+}
+
+const char* chars(const unsigned char* p) {
+  return reinterpret_cast<const char*>(p);
+}
+
+// Appends [p, end) with a backslash before each special character.
+void append_escaped(const char* p, const char* end, std::string& out) {
+  for (const char* run = p;; run = p++) {
+    while (p != end && (class_of(*p) & is_special) == 0) {
+      ++p;
+    }
+    out.append(run, p);
+    if (p == end) {
+      return;
+    }
+    out.push_back('\\');
+  }
+}
+
+bool append_numeric(const asn_iter_t& content, std::string& out) {
+  const char* begin = chars(content.ptr);
+  const char* end = begin + content.len;
+  if (!std::all_of(begin, end, [](char c) { return c == ' ' || (c >= '0' && c <= '9'); })) {
+    return false;
+  }
+  out.append(begin, end);
+  return true;
+}
+
+bool append_t61(const asn_iter_t& content, const unsigned char* input_end, std::string& out) {
+  // A prefix at the very end of the input combines with 00 rather than with what lies behind it.
+  static constexpr unsigned char nothing = 0;
+  const unsigned char* following = content.ptr + content.len;
+  std::string utf8;
+  if (!t61_append_utf8_(content.ptr, content.len, following == input_end ? &nothing : following,
+                        utf8)) {
+    return false;
+  }
+  append_escaped(utf8.data(), utf8.data() + utf8.size(), out);
+  return true;
+}
+
+bool append_wide(const asn_iter_t& content, codepage_t source, std::string& out) {
+  const CodepageConverter converter(source, CODEPAGE_UTF8);
+  const unsigned size = converter.output_size(content.ptr, content.len);
+  std::string utf8(size, 0);
+  if (size == 0 || converter.convert(content.ptr, content.len, utf8.data(), size) == 0) {
+    return false;
+  }
+  append_escaped(utf8.data(), utf8.data() + utf8.size(), out);
+  return true;
+}
+
+// The value and all that may follow it in its attribute.
+bool append_value(asn_iter_t rest, const unsigned char* input_end, std::string& out) {
+  if (rest.len == 0) {
+    return false;
+  }
+  const asn_tag_t::Type type = tag(*rest.ptr);
+  if (!is_text(type)) {
+    out.push_back('#');
+    TO_HEX_STD_STRING(rest.ptr, rest.len, out, 0);
+    return true;
+  }
+  asn_iter_t content;
+  if (!asn1_read_tag_i_(type, &rest, &content)) {
+    return false;
+  }
+  switch (type) {
+    case numeric_string:
+      return append_numeric(content, out);
+    case t61_string:
+      return append_t61(content, input_end, out);
+    case universal_string:
+      return append_wide(content, CODEPAGE_UCS4BE, out);
+    case asn_tag_t::BMP_STRING:
+      return append_wide(content, CODEPAGE_UCS2BE, out);
+    default:
+      append_escaped(chars(content.ptr), chars(content.ptr + content.len), out);
+      return true;
+  }
+}
+
+bool append_type(const asn_iter_t& oid, std::string& out, oid_map_handle_t map) {
+  const OIDdescr_t* entry = map == nullptr ? nullptr : oid_map_find_asn(map, oid.ptr, oid.len);
+  if (entry == nullptr) {
+    return oid_asn_to_str_(oid.ptr, oid.ptr + oid.len, out);
+  }
+  out.append(entry->oid_sn, entry->oid_sn_size);
+  return true;
+}
+
+// RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
+// AttributeTypeAndValue     ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
+bool append_rdn(asn_iter_t* name, const unsigned char* input_end, std::string& out,
+                oid_map_handle_t map) {
+  asn_iter_t rdn;
+  if (!asn1_read_tag_i_(asn_tag_t::SET, name, &rdn)) {
+    return false;
+  }
+  for (;;) {
+    asn_iter_t attribute;
+    asn_iter_t oid;
+    if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &rdn, &attribute) ||
+        !asn1_read_tag_i_(asn_tag_t::OID, &attribute, &oid) || !append_type(oid, out, map)) {
+      return false;
+    }
+    out.push_back('=');
+    if (!append_value(attribute, input_end, out)) {
+      return false;
+    }
+    if (rdn.len == 0) {
+      return true;
+    }
+    out.push_back('+');
+  }
+}
+
+void reverse_from(std::string& text, std::size_t begin) {
+  std::reverse(text.begin() + static_cast<std::ptrdiff_t>(begin), text.end());
+}
+
+}  // namespace
+
+// Name ::= SEQUENCE OF RelativeDistinguishedName
+bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& out,
+                         PrintableDnOrder order, oid_map_handle_t map) {
+  asn_iter_t input = {der, len};
+  asn_iter_t name;
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &name)) {
+    return false;
+  }
+  if (name.len == 0) {
+    return true;
+  }
+  const std::size_t base = out.size();
+  out.reserve(base + len);
+  // Reverse order in linear time: every RDN is turned around where it stands, then all of them.
+  const bool reverse = order == DN_ORDER_REVERSE;
+  bool complete = true;
+  while (complete && name.len != 0) {
+    const std::size_t begin = out.size();
+    complete = append_rdn(&name, der + len, out, map);
+    if (complete) {
+      out.push_back(',');
+    } else if (reverse) {
+      out.resize(begin);
+    }
+    if (reverse) {
+      reverse_from(out, begin);
+    }
+  }
+  if (reverse) {
+    reverse_from(out, base);
+  }
+  if (complete) {
+    out.pop_back();
+  }
+  return complete;
+}
+
+bool asn_oid_to_printable(const unsigned char* der, unsigned len, std::string& out, bool with_oid,
+                          oid_map_handle_t map) {
+  asn_iter_t input = {der, len};
+  asn_iter_t oid;
+  if (!asn1_read_tag_i_(asn_tag_t::OID, &input, &oid)) {
+    return false;
+  }
+  const OIDdescr_t* entry = map == nullptr ? nullptr : oid_map_find_asn(map, oid.ptr, oid.len);
+  if (entry != nullptr) {
+    out.assign(entry->oid_sn, entry->oid_sn_size);
+    return true;
+  }
+  const pki_alg_t alg = PKI_OID_TO_ALG(oid.ptr, oid.len);
+  if (alg == 0) {
+    return oid_asn_to_str_(oid.ptr, oid.ptr + oid.len, out);
+  }
+  out.assign(I2S_PKI_ALG_T->getString(alg, "unknown"));
+  if (with_oid) {
+    out.push_back('(');
+    oid_asn_to_str_(oid.ptr, oid.ptr + oid.len, out);
+    out.push_back(')');
+  }
+  return true;
+}
+
+// ---- Text to DER ----
+
+namespace {
+
+// The content and type of a value, in the text itself or in a scratch string.
+struct dn_value_t {
+  unsigned char tag;
+  const char* data;
+  std::size_t size;
+};
+
+unsigned char string_tag(unsigned classes) {
+  if ((classes & not_ascii) != 0) {
+    return utf8_string;
+  }
+  return (classes & not_printable) != 0 ? ia5_string : printable_string;
+}
+
+// 16 for anything but a hexadecimal digit.
+unsigned hex_digit(char c) {
+  if (c >= '0' && c <= '9') {
+    return static_cast<unsigned>(c - '0');
+  }
+  if (c >= 'A' && c <= 'F') {
+    return static_cast<unsigned>(c - 'A' + 10);
+  }
+  return c >= 'a' && c <= 'f' ? static_cast<unsigned>(c - 'a' + 10) : 16;
+}
+
+// The byte of the two hexadecimal digits at `p`, of which `end` limits the text.
+bool read_hex_byte(const char* p, const char* end, char& byte) {
+  if (end - p < 2 || hex_digit(p[0]) > 15 || hex_digit(p[1]) > 15) {
+    return false;
+  }
+  byte = static_cast<char>(hex_digit(p[0]) << 4 | hex_digit(p[1]));
+  return true;
+}
+
+// Text with escapes on its way out: what needs no change is taken from the text run by run, and
+// without any copy where there was no escape at all.
+class unescaped_t {
+ public:
+  unescaped_t(const char* begin, std::string& scratch) : run_(begin), scratch_(scratch) {
+    scratch_.clear();
+  }
+
+  // Drops [from, to) from the text.
+  void skip(const char* from, const char* to) {
+    scratch_.append(run_, from);
+    run_ = to;
+    skipped_ = true;
+  }
+  // Puts `byte` where the last skip was.
+  void insert(char byte) { scratch_.push_back(byte); }
+
+  void finish(const char* end, dn_value_t& value) {
+    if (!skipped_) {
+      value.data = run_;
+      value.size = static_cast<std::size_t>(end - run_);
+      return;
+    }
+    scratch_.append(run_, end);
+    value.data = scratch_.data();
+    value.size = scratch_.size();
+  }
+
+ private:
+  const char* run_;
+  std::string& scratch_;
+  bool skipped_ = false;
+};
+
+// name = value   with a backslash before special characters and pairs of hexadecimal digits.
+bool read_plain(const char* p, const char* end, std::string& scratch, dn_value_t& value) {
+  unescaped_t text(p, scratch);
+  unsigned classes = 0;
+  for (; p != end; ++p) {
+    unsigned found = class_of(*p);
+    if ((found & is_special) != 0) {
+      if (*p != '\\' || p + 1 == end) {
+        return false;
+      }
+      char byte = 0;
+      if (read_hex_byte(p + 1, end, byte)) {
+        text.skip(p, p + 3);
+        text.insert(byte);
+        found = class_of(byte);
+        p += 2;
+      } else {
+        found = class_of(p[1]);
+        if ((found & is_special) == 0) {
+          return false;
+        }
+        text.skip(p, p + 1);
+        ++p;
+      }
+    }
+    classes |= found;
+  }
+  text.finish(end, value);
+  value.tag = string_tag(classes);
+  return true;
+}
+
+// name = "value"   where only \" is an escape.
+bool read_quoted(const char* p, const char* end, std::string& scratch, dn_value_t& value) {
+  unescaped_t text(p, scratch);
+  unsigned classes = 0;
+  for (; p != end; ++p) {
+    if (*p == '\\') {
+      if (p + 1 == end) {
+        return false;
+      }
+      if (p[1] == '"') {
+        text.skip(p, p + 1);
+      }
+      ++p;  // the backslash of a kept pair does not count towards the type
+    }
+    classes |= class_of(*p);
+  }
+  text.finish(end, value);
+  value.tag = string_tag(classes);
+  return true;
+}
+
+// name = #hex   of a DER element.
+bool read_hex(const char* p, const char* end, std::string& scratch, dn_value_t& value) {
+  if (end - p < 4 || (end - p) % 2 != 0) {
+    return false;
+  }
+  scratch.clear();
+  for (; p != end; p += 2) {
+    char byte = 0;
+    if (!read_hex_byte(p, end, byte)) {
+      return false;
+    }
+    scratch.push_back(byte);
+  }
+  const auto* der = reinterpret_cast<const unsigned char*>(scratch.data());
+  asn_iter_t input = {der, static_cast<unsigned>(scratch.size())};
+  asn_iter_t content;
+  if (!asn1_read_tag_i_(tag(*der), &input, &content)) {
+    return false;
+  }
+  value = {*der, chars(content.ptr), content.len};
+  return true;
+}
+
+bool read_value(const RDNdescr_t& attribute, std::string& scratch, dn_value_t& value) {
+  const char* begin = attribute.value_begin;
+  const char* end = attribute.value_end;
+  if (end - begin >= 2 && *begin == '"' && end[-1] == '"') {
+    return read_quoted(begin + 1, end - 1, scratch, value);
+  }
+  if (end - begin >= 2 && *begin == '#') {
+    return read_hex(begin + 1, end, scratch, value);
+  }
+  return read_plain(begin, end, scratch, value);
+}
+
+// The OID of an attribute's name, by the map or else as dotted text.
+bool append_oid(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<512>& oid) {
+  const std::string_view name = name_of(attribute);
+  const OIDdescr_t* entry =
+      map == nullptr ? nullptr
+                     : oid_map_find_sn(map, name.data(), static_cast<unsigned>(name.size()));
+  if (entry != nullptr) {
+    oid.append_bytes(entry->oid_asn, entry->oid_asn_size);
+    return true;
+  }
+  unsigned char der[512];
+  const unsigned size = oid_str_to_asn_(attribute.name_begin, attribute.name_end, der);
+  oid.append_bytes(der, size);
+  return size != 0;
+}
+
+}  // namespace
+
+bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map) {
+  std::vector<RDNdescr_t> attributes = usual_vector();
+  if (!printable_dn_parse(dn, attributes)) {
+    return false;
+  }
+  asn_tag_t_<1024> name(asn_tag_t::SEQUENCE);
+  asn_tag_t_<512> rdn(asn_tag_t::SET);
+  asn_tag_t_<320> pair(asn_tag_t::SEQUENCE);
+  asn_tag_t_<512> oid(asn_tag_t::OID);
+  asn_tag_t_<256> content(printable_string);
+  std::string scratch;
+  for (auto attribute = attributes.begin(); attribute != attributes.end(); ++attribute) {
+    dn_value_t value;
+    oid.reset(asn_tag_t::OID);
+    if (!append_oid(*attribute, map, oid) || !read_value(*attribute, scratch, value)) {
+      return false;
+    }
+    content.reset(value.tag);
+    content.append_bytes(value.data, static_cast<unsigned>(value.size));
+    pair.reset(asn_tag_t::SEQUENCE);
+    pair.append_tag(oid);
+    pair.append_tag(content);
+    append_one_of_many_(rdn, pair);
+    const auto next = attribute + 1;
+    if (next == attributes.end() || !next->plus_joined) {
+      append_one_of_many_(name, rdn);
+      rdn.reset(asn_tag_t::SET);
+    }
+  }
+  assign_tag_(der, name);
+  return true;
+}
+
+bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der,
+                            oid_map_handle_t map) {
+  std::string own;
+  std::string& name = der == nullptr ? own : *der;
+  if (!printable_to_asn_dn(in.c_str(), name, map)) {
+    return false;
+  }
+  out.clear();
+  return asn_dn_to_printable(reinterpret_cast<const unsigned char*>(name.data()),
+                             static_cast<unsigned>(name.size()), out, DN_ORDER_DIRECT, map);
+}
