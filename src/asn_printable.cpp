@@ -242,16 +242,12 @@ unsigned class_of(char c) {
   return byte_classes.of[static_cast<unsigned char>(c)];
 }
 
-constexpr asn_tag_t::Type tag(unsigned identifier) {
-  return static_cast<asn_tag_t::Type>(identifier);
-}
-
-constexpr asn_tag_t::Type utf8_string = tag(0x0C);
-constexpr asn_tag_t::Type numeric_string = tag(0x12);
-constexpr asn_tag_t::Type printable_string = tag(0x13);
-constexpr asn_tag_t::Type t61_string = tag(0x14);
-constexpr asn_tag_t::Type ia5_string = tag(0x16);
-constexpr asn_tag_t::Type universal_string = tag(0x1C);
+constexpr unsigned char utf8_string = 0x0C;
+constexpr unsigned char numeric_string = 0x12;
+constexpr unsigned char printable_string = 0x13;
+constexpr unsigned char t61_string = 0x14;
+constexpr unsigned char ia5_string = 0x16;
+constexpr unsigned char universal_string = 0x1C;
 
 constexpr unsigned text_tags = 1U << utf8_string | 1U << numeric_string | 1U << printable_string |
                                1U << t61_string | 1U << ia5_string | 1U << universal_string |
@@ -318,17 +314,17 @@ bool append_value(asn_iter_t rest, const unsigned char* input_end, std::string& 
   if (rest.len == 0) {
     return false;
   }
-  const asn_tag_t::Type type = tag(*rest.ptr);
-  if (!is_text(type)) {
+  const unsigned char identifier = *rest.ptr;
+  if (!is_text(identifier)) {
     out.push_back('#');
     TO_HEX_STD_STRING(rest.ptr, rest.len, out, 0);
     return true;
   }
   asn_iter_t content;
-  if (!asn1_read_tag_i_(type, &rest, &content)) {
+  if (!asn1_read_tag_i_(asn_tag_t::Type{identifier}, &rest, &content)) {
     return false;
   }
-  switch (type) {
+  switch (identifier) {
     case numeric_string:
       return append_numeric(content, out);
     case t61_string:
@@ -587,7 +583,7 @@ bool read_hex(const char* p, const char* end, std::string& scratch, dn_value_t& 
   const auto* der = reinterpret_cast<const unsigned char*>(scratch.data());
   asn_iter_t input = {der, static_cast<unsigned>(scratch.size())};
   asn_iter_t content;
-  if (!asn1_read_tag_i_(tag(*der), &input, &content)) {
+  if (!asn1_read_tag_i_(asn_tag_t::Type{*der}, &input, &content)) {
     return false;
   }
   value = {*der, chars(content.ptr), content.len};
