@@ -1,0 +1,58 @@
+#include "cases.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <map>
+
+#include "samples.h"
+
+void fail(const std::string& call) {
+  std::fprintf(stderr, "bench: %s failed\n", call.c_str());
+  std::exit(1);
+}
+
+std::string title(const Case& one) {
+  return one.workload.name + ("/" + one.workload.input) + "/" + one.who;
+}
+
+double allocations_per_item(const Case& one) {
+  const std::size_t before = allocations();
+  one.run();
+  return static_cast<double>(allocations() - before) / static_cast<double>(one.workload.items);
+}
+
+namespace {
+
+// Cases without a note give what the first of their kind, the library's, gives.
+void check(const Cases& cases) {
+  std::map<std::string, std::size_t> sums;
+  for (const Case& one : cases) {
+    const std::size_t sum = one.run();
+    const auto [first, added] = sums.emplace(one.workload.name + ("/" + one.workload.input), sum);
+    const bool same = *one.note != '\0' || sum == first->second;
+    if (sum == 0 || !same) {
+      fail(title(one) + ": " + std::to_string(sum) + " against " + std::to_string(first->second));
+    }
+  }
+}
+
+}  // namespace
+
+Cases checked_cases(const Samples& samples) {
+  Cases cases;
+  add_ours(samples, cases);
+#ifdef HAVE_OPENSSL
+  add_openssl(samples, cases);
+#endif
+#ifdef HAVE_GNUTLS
+  add_gnutls(samples, cases);
+#endif
+#ifdef HAVE_MBEDTLS
+  add_mbedtls(samples, cases);
+#endif
+#ifdef HAVE_BOTAN
+  add_botan(samples, cases);
+#endif
+  check(cases);
+  return cases;
+}

@@ -1,0 +1,60 @@
+// Runs the cases with nothing but the standard library, for builds that have no Google Benchmark:
+// medians of interleaved repetitions, printed in the same JSON.
+//
+//   bench_plain [repetitions]
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+
+#include "cases.h"
+#include "samples.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+volatile std::size_t sink;
+
+double nanoseconds_per_run(const Case& one, std::size_t runs) {
+  const Clock::time_point begin = Clock::now();
+  for (std::size_t i = 0; i < runs; ++i) {
+    sink = one.run();
+  }
+  const std::chrono::duration<double, std::nano> spent = Clock::now() - begin;
+  return spent.count() / static_cast<double>(runs);
+}
+
+// As many as take about 20 ms.
+std::size_t enough_runs(const Case& one) {
+  constexpr double wanted = 20e6;
+  return static_cast<std::size_t>(wanted / nanoseconds_per_run(one, 3)) + 1;
+}
+
+double median(std::vector<double> times) {
+  std::sort(times.begin(), times.end());
+  return times[times.size() / 2];
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int repetitions = argc > 1 ? std::atoi(argv[1]) : 5;
+  const Samples samples = load_samples(CERTIFICATES);
+  const Cases cases = checked_cases(samples);
+  std::vector<std::vector<double>> times(cases.size());
+  for (int round = 0; round < repetitions; ++round) {
+    for (std::size_t i = 0; i < cases.size(); ++i) {
+      times[i].push_back(nanoseconds_per_run(cases[i], enough_runs(cases[i])));
+    }
+  }
+  std::printf("{\"benchmarks\": [");
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    std::printf("%s\n{\"run_name\": \"%s\", \"aggregate_name\": \"median\", \"cpu_time\": %.1f, ",
+                i == 0 ? "" : ",", title(cases[i]).c_str(), median(times[i]));
+    std::printf("\"items\": %zu, \"allocations\": %g}", cases[i].workload.items,
+                allocations_per_item(cases[i]));
+  }
+  std::printf("\n]}\n");
+}
