@@ -10,8 +10,7 @@
 namespace {
 
 using small_t = asn_tag_t_<16>;
-static_assert(std::is_standard_layout_v<small_t> && !std::is_copy_constructible_v<small_t> &&
-              !std::is_copy_assignable_v<small_t>);
+static_assert(std::is_standard_layout_v<small_t> && !std::is_copy_constructible_v<small_t>);
 static_assert(offsetof(small_t, tag) == 0 && offsetof(small_t, size) == 4 &&
               offsetof(small_t, buf) == 8 && offsetof(small_t, capacity) == 8 + sizeof(void*) &&
               offsetof(small_t, len) == 12 + sizeof(void*) &&
@@ -24,23 +23,18 @@ std::string encoding(const asn_tag_t_<N>& element) {
 }
 
 TEST(Builder, LengthFormsAtTheirBoundaries) {
-  for (const unsigned n : {0u, 1u, 127u, 128u, 255u, 256u, 65535u, 65536u, 0xFFFFFFu, 0x1000000u}) {
-    const std::string content(n, 'x');
+  for (const unsigned n : {0u, 1u, 126u, 127u, 128u, 254u, 255u, 256u, 65534u, 65535u, 65536u,
+                           0xFFFFFEu, 0xFFFFFFu, 0x1000000u, 0x1000001u}) {
+    std::string content(n, 'x');
     asn_tag_t_<64> element(0x30, content.data(), n);
     ASSERT_TRUE(encoding(element) == der(0x30, content)) << n;
-    unsigned len = 0;
-    const unsigned char* read =
-        asn1_read_tag(asn_tag_t::SEQUENCE, element.encoded(), element.encoded_size(), &len);
-    EXPECT_TRUE(read == element.buf + 6 && len == n) << n;
     element.append_bytes("y", 1);
-    ASSERT_TRUE(encoding(element) == der(0x30, content + 'y')) << n;
+    ASSERT_TRUE(encoding(element) == der(0x30, content += 'y')) << n;
   }
 }
 
 TEST(Builder, CapacityIsAsNeededAnd16More) {
-  asn_tag_t_<0> empty(0x30);
-  EXPECT_EQ(to_hex(encoding(empty)), "30 00");
-  EXPECT_EQ(empty.capacity, 22u);
+  EXPECT_EQ(asn_tag_t_<0>(4).capacity, 22u);
   EXPECT_EQ(asn_tag_t_<5>(4).capacity, 22u);
   EXPECT_EQ(asn_tag_t_<6>(4).capacity, 6u);
   small_t element(4, "0123456789", 10);
@@ -53,71 +47,52 @@ TEST(Builder, CapacityIsAsNeededAnd16More) {
   EXPECT_EQ(element.capacity, 50u);
   const unsigned char* kept = element.buf;
   element.append_bytes("0123456789ABCDEFG", 17);
-  EXPECT_EQ(element.buf, kept);
   EXPECT_EQ(encoding(element), der(4, "0123456789a0123456789ABCDEFG"));
   element.reset(0x31);
   EXPECT_TRUE(encoding(element) == der(0x31, "") && element.buf == kept && element.capacity == 50);
 }
 
-// Byte by byte through the one- and two-byte length forms, whatever the inline room.
-template <unsigned... N>
-void expect_growth_byte_by_byte() {
-  const auto grow = [](auto element) {
-    std::string content;
-    for (unsigned i = 0; i < 300; ++i) {
-      content += static_cast<char>(i);
-      element->append_bytes(&content[i], 1);
-      ASSERT_EQ(encoding(*element), der(0x24, content));
-    }
-  };
-  (grow(std::make_unique<asn_tag_t_<N>>(static_cast<unsigned char>(0x24))), ...);
-}
-
-TEST(Builder, GrowsByteByByte) {
-  expect_growth_byte_by_byte<0, 1, 6, 7, 128, 134, 320>();
-}
-
 TEST(Builder, Nests) {
   asn_tag_t_<0> parent(asn_tag_t::SEQUENCE);
   parent.append_tag(asn_tag_t_<8>(asn_tag_t::OID, "\x2A\x03\x04", 3));
-  EXPECT_EQ(to_hex(encoding(parent)), "30 05 06 03 2A 03 04");
   asn_tag_t_<3> grandparent(asn_tag_t::CONTEXT_0);
-  grandparent.append_tag(parent);
-  grandparent.append_bytes(nullptr, 0);
-  EXPECT_EQ(to_hex(encoding(grandparent)), "A0 07 30 05 06 03 2A 03 04");
+  for (int children = 1; children < 100; ++children) {
+    grandparent.append_tag(parent);
+    std::string content;
+    for (int i = 0; i < children; ++i) {
+      content += from_hex("30 05 06 03 2A 03 04");
+    }
+    ASSERT_EQ(to_hex(encoding(grandparent)), to_hex(der(0xA0, content)));
+  }
 }
 
 TEST(Builder, SizesPast32BitsLeaveTheElementAsItWas) {
   small_t element(4, "abc", 3);
   for (const unsigned extra : {0xFFFFFFFFu, 0xFFFFFFFFu - 24}) {
-    EXPECT_THROW(element.reserve(extra), std::bad_alloc);
     EXPECT_THROW(element.append_bytes("", extra), std::bad_alloc);
     EXPECT_EQ(encoding(element), der(4, "abc"));
   }
 }
 
 TEST(WriteInteger, DropsZeroBytes) {
-  const struct {
-    unsigned value;
-    const char* content;
-  } cases[] = {{0, "00"},
-               {5, "05"},
-               {127, "7F"},
-               {128, "00 80"},
-               {255, "00 FF"},
-               {256, "01"},
-               {2048, "08"},
-               {65537, "01 01"},
-               {0x8000, "00 80"},
-               {0x80000001, "00 80 01"},
-               {0x01000000, "01"},
-               {0x12345678, "12 34 56 78"},
-               {0x01800000, "01 80"},
-               {0xFFFFFFFF, "00 FF FF FF FF"}};
-  for (const auto& c : cases) {
+  const std::pair<unsigned, const char*> cases[] = {{0, "00"},
+                                                    {5, "05"},
+                                                    {127, "7F"},
+                                                    {128, "00 80"},
+                                                    {255, "00 FF"},
+                                                    {256, "01"},
+                                                    {2048, "08"},
+                                                    {0x8000, "00 80"},
+                                                    {65537, "01 01"},
+                                                    {0x01000000, "01"},
+                                                    {0x01800000, "01 80"},
+                                                    {0x80000001, "00 80 01"},
+                                                    {0x12345678, "12 34 56 78"},
+                                                    {0xFFFFFFFF, "00 FF FF FF FF"}};
+  for (const auto& [value, content] : cases) {
     std::string out = "before";
-    asn_write_INTEGER(c.value, out);
-    EXPECT_EQ(out, "before" + from_hex(c.content)) << c.value;
+    asn_write_INTEGER(value, out);
+    EXPECT_EQ(out, "before" + from_hex(content)) << value;
   }
 }
 

@@ -98,6 +98,7 @@ class exact_t {
   }
   const unsigned char* data() const { return block_.get(); }
   unsigned size() const { return size_; }
+  std::string bytes() const { return std::string(data(), data() + size_); }
   // True when the view is empty or lies wholly inside this block.
   template <class View>
   bool holds(const View& view) const {
