@@ -1,0 +1,529 @@
+#include "pkcs12_helper.h"
+
+#include <limits>
+#include <new>
+#include <utility>
+
+#include "asn_cursor.h"
+#include "asn_oids.h"
+#include "asn_tag.h"
+#include "out_string.h"
+#include "secret.h"
+
+// ---- The model ----
+
+pkcs12_easy_t::pkcs12_easy_t() = default;
+
+pkcs12_easy_t::~pkcs12_easy_t() {
+  for (std::string& plaintext : decrypted_data) {
+    wipe_string_(plaintext);
+  }
+}
+
+pkcs12_easy_t::pkcs12_easy_t(pkcs12_easy_t&& other) noexcept = default;
+
+pkcs12_easy_t& pkcs12_easy_t::operator=(pkcs12_easy_t&& other) noexcept {
+  const pkcs12_easy_t replaced(std::move(*this));  // wiped at its end
+  plain_bags = std::move(other.plain_bags);
+  encrypted_bags = std::move(other.encrypted_bags);
+  mac = other.mac;
+  decrypted_data = std::move(other.decrypted_data);
+  return *this;
+}
+
+namespace {
+
+// A plaintext on its way into a model; wiped unless it gets there.
+class plaintext_t {
+ public:
+  plaintext_t() = default;
+  plaintext_t(const plaintext_t&) = delete;
+  plaintext_t& operator=(const plaintext_t&) = delete;
+  ~plaintext_t() {
+    for (std::string& text : node_) {
+      wipe_string_(text);
+    }
+  }
+
+  std::string& text() { return node_.front(); }
+  blob_t view() const {
+    const std::string& text = node_.front();
+    return {static_cast<unsigned>(text.size()),
+            reinterpret_cast<const unsigned char*>(text.data())};
+  }
+  // Hands it over without moving its bytes.
+  void keep_in(pkcs12_easy_t& model) {
+    model.decrypted_data.splice(model.decrypted_data.end(), node_);
+  }
+
+ private:
+  std::list<std::string> node_ = std::list<std::string>(1);
+};
+
+template <unsigned N, unsigned M>
+void append_oid(asn_tag_t_<N>& parent, const unsigned char (&oid)[M]) {
+  parent.append_tag(asn_tag_t_<32>(asn_tag_t::OID, oid, M));
+}
+
+// ---- PKCS#7 ContentInfo ----
+
+// ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] EXPLICIT ANY }
+struct pkcs7_content_info_t {
+  blob_t content_type;
+  blob_t content;  // the complete element that [0] wraps
+};
+
+// Reads the content of the SEQUENCE.
+bool asn_read_pkcs7_ContentInfo(const unsigned char* der, unsigned len, pkcs7_content_info_t& out) {
+  asn_iter_t input = {der, len};
+  asn_iter_t element;
+  if (!asn1_read_tag_i_(asn_tag_t::OID, &input, &element)) {
+    return false;
+  }
+  out.content_type = asn1_view_(element);
+  if (!asn1_read_tag_i_(asn_tag::CONTEXT, 0, &input, &element)) {
+    return false;
+  }
+  out.content = asn1_view_(element);
+  return true;
+}
+
+// Reads the content of type data: the octets of its OCTET STRING.
+bool asn_read_pkcs7_data(const unsigned char* der, unsigned len, blob_t& out) {
+  asn_iter_t input = {der, len};
+  asn_iter_t octets;
+  if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &input, &octets)) {
+    return false;
+  }
+  out = asn1_view_(octets);
+  return true;
+}
+
+void asn_write_pkcs7_ContentInfo(const unsigned char (&type)[9], const asn_tag_t_<0>& content,
+                                 asn_tag_t_<0>& out) {
+  asn_tag_t_<0> wrapper(asn_tag_t::CONTEXT_0);
+  wrapper.append_tag(content);
+  asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
+  append_oid(info, type);
+  info.append_tag(wrapper);
+  out.append_tag(info);
+}
+
+}  // namespace
+
+// ---- MacData ----
+
+// MacData    ::= SEQUENCE { mac DigestInfo, macSalt OCTET STRING, iterations INTEGER DEFAULT 1 }
+// DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
+bool asn_read_pkcs12_MacData(const unsigned char* der, unsigned len, pkcs12_mac_t& out) {
+  asn_iter_t input = {der, len};
+  asn_iter_t digest_info;
+  asn_iter_t element;
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &digest_info) ||
+      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &digest_info, &element)) {
+    return false;
+  }
+  out.digest_alg = asn1_view_(element);
+  if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &digest_info, &element)) {
+    return false;
+  }
+  out.digest = asn1_view_(element);
+  if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &input, &element)) {
+    return false;
+  }
+  out.mac_salt = asn1_view_(element);
+  if (!asn1_next_is_(asn_tag_t::INTEGER, input)) {
+    out.mac_iterations = 1;
+    return true;
+  }
+  if (!asn1_read_tag_i_(asn_tag_t::INTEGER, &input, &element)) {
+    return false;
+  }
+  if (element.len == 0) {
+    out.mac_iterations = 1;
+    return true;
+  }
+  return asn_read_INTEGER(element.ptr, element.len, out.mac_iterations, 0xFFFFFFFF);
+}
+
+namespace {
+
+void append_mac_data(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
+  asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
+  append_oid(algorithm, g_oid_GOSTR3411);
+  algorithm.append_tag(asn_tag_t_<8>(asn_tag_t::NULL_TAG));
+
+  asn_tag_t_<128> digest_info(asn_tag_t::SEQUENCE);
+  digest_info.append_tag(algorithm);
+  digest_info.append_tag(asn_tag_t_<96>(asn_tag_t::OCTET_STRING, mac.digest.data, mac.digest.size));
+
+  std::string iterations;
+  asn_write_INTEGER(mac.mac_iterations, iterations);
+  asn_tag_t_<256> mac_data(asn_tag_t::SEQUENCE);
+  mac_data.append_tag(digest_info);
+  mac_data.append_tag(
+      asn_tag_t_<64>(asn_tag_t::OCTET_STRING, mac.mac_salt.data, mac.mac_salt.size));
+  mac_data.append_tag(asn_tag_t_<16>(asn_tag_t::INTEGER, iterations.data(),
+                                     static_cast<unsigned>(iterations.size())));
+  out.append_tag(mac_data);
+}
+
+// ---- SafeContents ----
+
+struct pkcs12_easy_wrap_t {
+  pkcs12_easy_t* easy;
+  pbe_crypto_t* crypto;
+};
+
+// Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF ANY }
+bool read_attributes(asn_iter_t attributes, pkcs12_bag_t& bag) {
+  while (attributes.len != 0) {
+    asn_iter_t attribute;
+    asn_iter_t type;
+    asn_iter_t values;
+    asn_iter_t value;
+    if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &attributes, &attribute) ||
+        !asn1_read_tag_i_(asn_tag_t::OID, &attribute, &type) ||
+        !asn1_read_tag_i_(asn_tag_t::SET, &attribute, &values)) {
+      return false;
+    }
+    if (asn_oid_equal_(asn1_view_(type), g_oid_pkcs9_at_friendlyName)) {
+      if (!asn1_read_tag_i_(asn_tag_t::BMP_STRING, &values, &value)) {
+        return false;
+      }
+      bag.friendly_name = asn1_view_(value);
+    } else if (asn_oid_equal_(asn1_view_(type), g_oid_pkcs9_at_localKeyId)) {
+      if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &values, &value)) {
+        return false;
+      }
+      bag.local_key_id = asn1_view_(value);
+    }
+  }
+  return true;
+}
+
+// A key that cannot be read or decrypted is left out.
+void read_shrouded_key(const asn_iter_t& value, pkcs12_easy_wrap_t& wrap, pkcs12_bag_t& bag) {
+  pkcs8_encrypted_pki_gost_t key;
+  plaintext_t plaintext;
+  if (!asn_read_pkcs8_encrypted_pki_gost(value.ptr, value.len, key) ||
+      !wrap.crypto->decrypt(key.pbe, key.encrypted_data.data, key.encrypted_data.size,
+                            plaintext.text())) {
+    return;
+  }
+  bag.type = PKCS12_BAG_KEY;
+  bag.value = plaintext.view();
+  wrap.easy->encrypted_bags.push_back(bag);
+  plaintext.keep_in(*wrap.easy);
+}
+
+// CertBag ::= SEQUENCE { certId OBJECT IDENTIFIER, certValue [0] EXPLICIT OCTET STRING }
+bool read_certificate(asn_iter_t value, blob_t& certificate) {
+  asn_iter_t cert_bag;
+  asn_iter_t cert_id;  // any kind of certificate is accepted
+  asn_iter_t wrapper;
+  asn_iter_t octets;
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &value, &cert_bag) ||
+      !asn1_read_tag_i_(asn_tag_t::OID, &cert_bag, &cert_id) ||
+      !asn1_read_tag_i_(asn_tag::CONTEXT, 0, &cert_bag, &wrapper) ||
+      !asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &wrapper, &octets)) {
+    return false;
+  }
+  certificate = asn1_view_(octets);
+  return true;
+}
+
+// SafeBag ::= SEQUENCE { bagId OBJECT IDENTIFIER, bagValue [0] EXPLICIT ANY,
+//   bagAttributes SET OF Attribute OPTIONAL }
+bool read_bag(asn_iter_t safe_bag, bool encrypted, pkcs12_easy_wrap_t& wrap) {
+  asn_iter_t id;
+  asn_iter_t value;
+  asn_iter_t attributes;
+  if (!asn1_read_tag_i_(asn_tag_t::OID, &safe_bag, &id) ||
+      !asn1_read_tag_i_(asn_tag::CONTEXT, 0, &safe_bag, &value)) {
+    return false;
+  }
+  if (asn1_next_is_(asn_tag_t::SET, safe_bag) &&
+      !asn1_read_tag_i_(asn_tag_t::SET, &safe_bag, &attributes)) {
+    return false;
+  }
+  // Attributes come before the kind: a malformed one is refused on a bag that would be skipped too.
+  pkcs12_bag_t bag;
+  if (!read_attributes(attributes, bag)) {
+    return false;
+  }
+  const blob_t kind = asn1_view_(id);
+  std::list<pkcs12_bag_t>& bags = encrypted ? wrap.easy->encrypted_bags : wrap.easy->plain_bags;
+  if (asn_oid_equal_(kind, g_oid_pkcs12_id_keyBag)) {
+    bag.type = PKCS12_BAG_KEY;
+    bag.value = asn1_view_(value);
+    bags.push_back(bag);
+  } else if (asn_oid_equal_(kind, g_oid_pkcs12_id_shroudedKeyBag)) {
+    read_shrouded_key(value, wrap, bag);
+  } else if (asn_oid_equal_(kind, g_oid_pkcs12_id_certBag)) {
+    bag.type = PKCS12_BAG_CERT;
+    if (!read_certificate(value, bag.value)) {
+      return false;
+    }
+    bags.push_back(bag);
+  }
+  return true;
+}
+
+// SafeContents ::= SEQUENCE OF SafeBag
+bool asn_read_pkcs12_bags(const unsigned char* der, unsigned len, bool encrypted,
+                          pkcs12_easy_wrap_t& wrap) {
+  asn_iter_t input = {der, len};
+  asn_iter_t contents;
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &contents)) {
+    return false;
+  }
+  while (contents.len != 0) {
+    asn_iter_t safe_bag;
+    if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &contents, &safe_bag) ||
+        !read_bag(safe_bag, encrypted, wrap)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// At least the encoded size of a bag: its parts, and all headers and OIDs at their longest.
+std::uint64_t bag_room(const pkcs12_bag_t& bag) {
+  constexpr unsigned headers_and_oids = 128;
+  return std::uint64_t{bag.value.size} + bag.friendly_name.size + bag.local_key_id.size +
+         headers_and_oids;
+}
+
+// Builders for bags get all their room at once, so that they outgrow no buffer with a key in it.
+template <unsigned N>
+void reserve_room(asn_tag_t_<N>& builder, std::uint64_t room) {
+  if (room > std::numeric_limits<unsigned>::max()) {
+    throw std::bad_alloc();
+  }
+  builder.reserve(static_cast<unsigned>(room));
+}
+
+template <unsigned N>
+void append_attribute(asn_tag_t_<N>& attributes, const unsigned char (&type)[9],
+                      asn_tag_t::Type value_tag, const blob_t& value) {
+  if (value.size == 0) {
+    return;
+  }
+  asn_tag_t_<128> values(asn_tag_t::SET);
+  values.append_tag(asn_tag_t_<128>(value_tag, value.data, value.size));
+  asn_tag_t_<128> attribute(asn_tag_t::SEQUENCE);
+  append_oid(attribute, type);
+  attribute.append_tag(values);
+  attributes.append_tag(attribute);
+}
+
+void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out) {
+  secret_tag_t_<256> safe_bag(asn_tag_t::SEQUENCE);
+  reserve_room(safe_bag, bag_room(bag));
+  if (bag.type == PKCS12_BAG_KEY) {
+    append_oid(safe_bag, g_oid_pkcs12_id_keyBag);
+    secret_tag_t_<128> value(asn_tag_t::CONTEXT_0);
+    value.append_bytes(bag.value.data, bag.value.size);
+    safe_bag.append_tag(value);
+  } else if (bag.type == PKCS12_BAG_CERT) {
+    append_oid(safe_bag, g_oid_pkcs12_id_certBag);
+    asn_tag_t_<0> wrapper(asn_tag_t::CONTEXT_0);
+    wrapper.append_tag(asn_tag_t_<0>(asn_tag_t::OCTET_STRING, bag.value.data, bag.value.size));
+    asn_tag_t_<0> cert_bag(asn_tag_t::SEQUENCE);
+    append_oid(cert_bag, g_oid_pkcs9_ct_x509Certificate);
+    cert_bag.append_tag(wrapper);
+    asn_tag_t_<0> value(asn_tag_t::CONTEXT_0);
+    value.append_tag(cert_bag);
+    safe_bag.append_tag(value);
+  }
+  asn_tag_t_<256> attributes(asn_tag_t::SET);
+  append_attribute(attributes, g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING,
+                   bag.friendly_name);
+  append_attribute(attributes, g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING,
+                   bag.local_key_id);
+  if (attributes.len != 0) {
+    safe_bag.append_tag(attributes);
+  }
+  out.append_tag(safe_bag);
+}
+
+void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out) {
+  std::uint64_t room = 0;
+  for (const pkcs12_bag_t& bag : bags) {
+    room += bag_room(bag);
+  }
+  secret_tag_t_<0> contents(asn_tag_t::SEQUENCE);
+  reserve_room(contents, room);
+  for (const pkcs12_bag_t& bag : bags) {
+    asn_write_pkcs12_bag(bag, contents);
+  }
+  out.append_tag(contents);
+}
+
+// ---- The easy API ----
+
+// A version is taken for `wanted` when it is one byte long, whatever that is, or begins with it.
+bool accepts_version(const asn_iter_t& version, unsigned char wanted) {
+  return version.len == 1 || (version.len != 0 && *version.ptr == wanted);
+}
+
+// EncryptedData ::= SEQUENCE { version INTEGER, encryptedContentInfo SEQUENCE {
+//   contentType OBJECT IDENTIFIER, contentEncryptionAlgorithm AlgorithmIdentifier,
+//   encryptedContent [0] IMPLICIT OCTET STRING }, unprotectedAttrs ANY OPTIONAL }
+// What is not ours to decrypt is skipped: true.
+bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
+  asn_iter_t input = asn1_iter_(content);
+  asn_iter_t data;
+  asn_iter_t version;
+  asn_iter_t info;
+  asn_iter_t type;
+  asn_iter_t algorithm;
+  asn_iter_t ciphertext;
+  asn_iter_t attributes;
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &data) ||
+      !asn1_read_tag_i_(asn_tag_t::INTEGER, &data, &version) ||
+      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &data, &info) ||
+      !asn1_read_tag_i_(asn_tag_t::OID, &info, &type) ||
+      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) ||
+      !asn1_read_tag_i_(asn_tag::CONTEXT_PRIMITIVE, 0, &info, &ciphertext) ||
+      (data.len != 0 && !asn1_read_tag_i_(asn_tag_t::ANY, &data, &attributes)) ||
+      !accepts_version(version, 0)) {
+    return false;
+  }
+  pkcs5_pbe_gost_t pbe;
+  plaintext_t plaintext;
+  if (!asn_oid_equal_(asn1_view_(type), g_oid_pkcs7_id_data) ||
+      !asn_read_pkcs5_pbe_gost(algorithm.ptr, algorithm.len, pbe) ||
+      !wrap.crypto->decrypt(pbe, ciphertext.ptr, ciphertext.len, plaintext.text())) {
+    return true;
+  }
+  const blob_t element = plaintext.view();
+  blob_t contents;
+  if (!asn_read_pkcs7_data(element.data, element.size, contents) ||
+      !asn_read_pkcs12_bags(contents.data, contents.size, true, wrap)) {
+    return false;
+  }
+  plaintext.keep_in(*wrap.easy);
+  return true;
+}
+
+bool read_safe(const asn_iter_t& safe, pkcs12_easy_wrap_t& wrap) {
+  pkcs7_content_info_t info;
+  if (!asn_read_pkcs7_ContentInfo(safe.ptr, safe.len, info)) {
+    return false;
+  }
+  if (asn_oid_equal_(info.content_type, g_oid_pkcs7_id_data)) {
+    blob_t contents;
+    return asn_read_pkcs7_data(info.content.data, info.content.size, contents) &&
+           asn_read_pkcs12_bags(contents.data, contents.size, false, wrap);
+  }
+  if (asn_oid_equal_(info.content_type, g_oid_pkcs7_id_encrypted_data)) {
+    return read_encrypted_data(info.content, wrap);
+  }
+  return true;
+}
+
+// AuthenticatedSafe ::= SEQUENCE OF ContentInfo
+bool read_authenticated_safe(const blob_t& octets, pkcs12_easy_wrap_t& wrap) {
+  asn_iter_t input = asn1_iter_(octets);
+  asn_iter_t safes;
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &safes)) {
+    return false;
+  }
+  while (safes.len != 0) {
+    asn_iter_t safe;
+    if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &safes, &safe) || !read_safe(safe, wrap)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+// PFX ::= SEQUENCE { version INTEGER, authSafe ContentInfo, macData MacData OPTIONAL }
+bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe_crypto_t* crypto,
+                          pkcs12_easy_t& out) {
+  asn_iter_t input = {der, len};
+  asn_iter_t pfx;
+  asn_iter_t version;
+  asn_iter_t auth_safe;
+  asn_iter_t mac_data;
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &pfx) ||
+      !asn1_read_tag_i_(asn_tag_t::INTEGER, &pfx, &version) ||
+      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &pfx, &auth_safe)) {
+    return false;
+  }
+  if (asn1_next_is_(asn_tag_t::SEQUENCE, pfx) &&
+      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &pfx, &mac_data)) {
+    return false;
+  }
+  pkcs7_content_info_t info;
+  if (!accepts_version(version, 3) ||
+      !asn_read_pkcs7_ContentInfo(auth_safe.ptr, auth_safe.len, info) ||
+      !asn_oid_equal_(info.content_type, g_oid_pkcs7_id_data) ||
+      !asn_read_pkcs12_MacData(mac_data.ptr, mac_data.len, out.mac) ||
+      !crypto->verify_mac(out.mac, info.content.data, info.content.size)) {
+    return false;
+  }
+  blob_t safes;
+  pkcs12_easy_wrap_t wrap = {&out, crypto};
+  return asn_read_pkcs7_data(info.content.data, info.content.size, safes) &&
+         read_authenticated_safe(safes, wrap);
+}
+
+namespace {
+
+void append_plain_safe(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& safes) {
+  asn_tag_t_<0> contents(asn_tag_t::OCTET_STRING);
+  asn_write_pkcs12_bags(bags, contents);
+  asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, contents, safes);
+}
+
+void append_encrypted_safe(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* crypto,
+                           asn_tag_t_<0>& safes) {
+  pkcs5_pbe_gost_t pbe;
+  std::string ciphertext;
+  {
+    secret_tag_t_<0> contents(asn_tag_t::OCTET_STRING);
+    asn_write_pkcs12_bags(bags, contents);
+    crypto->encrypt(contents.encoded(), contents.encoded_size(), pbe, ciphertext);
+  }
+  std::string algorithm;
+  asn_write_pkcs5_pbe_gost(pbe, algorithm);
+  asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
+  append_oid(info, g_oid_pkcs7_id_data);
+  info.append_bytes(algorithm.data(), static_cast<unsigned>(algorithm.size()));
+  info.append_tag(asn_tag_t_<0>(0x80, ciphertext.data(), static_cast<unsigned>(ciphertext.size())));
+
+  static constexpr unsigned char version = 0;
+  asn_tag_t_<0> data(asn_tag_t::SEQUENCE);
+  data.append_tag(asn_tag_t_<16>(asn_tag_t::INTEGER, &version, 1));
+  data.append_tag(info);
+  asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, data, safes);
+}
+
+}  // namespace
+
+void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::string& out) {
+  asn_tag_t_<0> safes(asn_tag_t::SEQUENCE);
+  if (!in.plain_bags.empty()) {
+    append_plain_safe(in.plain_bags, safes);
+  }
+  if (!in.encrypted_bags.empty()) {
+    append_encrypted_safe(in.encrypted_bags, crypto, safes);
+  }
+  asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
+  octets.append_tag(safes);
+
+  pkcs12_mac_t computed;
+  const bool has_mac = crypto->compute_mac(octets.encoded(), octets.encoded_size(), computed);
+
+  static constexpr unsigned char version = 3;
+  asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
+  pfx.append_tag(asn_tag_t_<16>(asn_tag_t::INTEGER, &version, 1));
+  asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, octets, pfx);
+  append_mac_data(has_mac ? computed : in.mac, pfx);
+  assign_tag_(out, pfx);
+}
