@@ -328,12 +328,12 @@ void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out) {
     safe_bag.append_tag(value);
   } else if (bag.type == PKCS12_BAG_CERT) {
     append_oid(safe_bag, g_oid_pkcs12_id_certBag);
-    asn_tag_t_<0> wrapper(asn_tag_t::CONTEXT_0);
-    wrapper.append_tag(asn_tag_t_<0>(asn_tag_t::OCTET_STRING, bag.value.data, bag.value.size));
-    asn_tag_t_<0> cert_bag(asn_tag_t::SEQUENCE);
+    asn_tag_t_<256> wrapper(asn_tag_t::CONTEXT_0);
+    wrapper.append_tag(asn_tag_t_<256>(asn_tag_t::OCTET_STRING, bag.value.data, bag.value.size));
+    asn_tag_t_<256> cert_bag(asn_tag_t::SEQUENCE);
     append_oid(cert_bag, g_oid_pkcs9_ct_x509Certificate);
     cert_bag.append_tag(wrapper);
-    asn_tag_t_<0> value(asn_tag_t::CONTEXT_0);
+    asn_tag_t_<256> value(asn_tag_t::CONTEXT_0);
     value.append_tag(cert_bag);
     safe_bag.append_tag(value);
   }
@@ -485,11 +485,9 @@ void append_encrypted_safe(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* cr
                            asn_tag_t_<0>& safes) {
   pkcs5_pbe_gost_t pbe;
   std::string ciphertext;
-  {
-    secret_tag_t_<0> contents(asn_tag_t::OCTET_STRING);
-    asn_write_pkcs12_bags(bags, contents);
-    crypto->encrypt(contents.encoded(), contents.encoded_size(), pbe, ciphertext);
-  }
+  secret_tag_t_<0> contents(asn_tag_t::OCTET_STRING);
+  asn_write_pkcs12_bags(bags, contents);
+  crypto->encrypt(contents.encoded(), contents.encoded_size(), pbe, ciphertext);
   std::string algorithm;
   asn_write_pkcs5_pbe_gost(pbe, algorithm);
   asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
