@@ -231,7 +231,8 @@ std::size_t read_rsa_key(const Bytes& der) {
   require_ok(gnutls_pubkey_export_rsa_raw2(key, &modulus, &exponent, GNUTLS_EXPORT_FLAG_NO_LZ),
              "gnutls_pubkey_export_rsa_raw2");
   gnutls_pubkey_deinit(key);
-  return freed_size(modulus) + freed_size(exponent);
+  require(freed_size(exponent) != 0, "gnutls_pubkey_export_rsa_raw2");
+  return freed_size(modulus);
 }
 
 // ---- W7 ----

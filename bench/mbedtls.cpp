@@ -174,10 +174,10 @@ std::size_t read_rsa_key(const Bytes& der) {
   require_ok(mbedtls_asn1_get_tag(&p, end, &size, sequence), "mbedtls_asn1_get_tag");
   require_ok(mbedtls_asn1_get_mpi(&p, end, &modulus), "mbedtls_asn1_get_mpi");
   require_ok(mbedtls_asn1_get_mpi(&p, end, &exponent), "mbedtls_asn1_get_mpi");
-  const std::size_t sum = mbedtls_mpi_size(&modulus) + mbedtls_mpi_size(&exponent);
+  const std::size_t size_of_modulus = mbedtls_mpi_size(&modulus);
   mbedtls_mpi_free(&modulus);
   mbedtls_mpi_free(&exponent);
-  return sum;
+  return size_of_modulus;
 }
 
 }  // namespace

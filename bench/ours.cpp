@@ -150,7 +150,8 @@ std::size_t read_rsa_key(const Bytes& der) {
   asn_rsa_pubkey_t rsa;
   require(asn_read_pubkey(der.data(), static_cast<long>(der.size()), key), "asn_read_pubkey");
   require(asn_read_rsa_pubkey(key, rsa), "asn_read_rsa_pubkey");
-  return rsa.modulus.size + rsa.exponent.size;
+  require(rsa.exponent.size != 0, "asn_read_rsa_pubkey");
+  return rsa.modulus.size;
 }
 
 // ---- W7: names of OIDs ----
