@@ -79,6 +79,12 @@ std::string parameter_set(const blob_t& element) {
   return described.rfind(dotted, 0) == 0 ? described : dotted + " (" + described + ')';
 }
 
+// A serial number as others print it: without the zero byte that keeps it positive.
+std::string serial_text(const blob_t& serial) {
+  const bool padded = serial.size > 1 && serial.data[0] == 0;
+  return padded ? hex({serial.size - 1, serial.data + 1}) : hex(serial);
+}
+
 unsigned bit_count(const blob_t& number) {
   if (number.size == 0) {
     return 0;
@@ -165,7 +171,7 @@ std::string signature_text(const std::string& where, const blob_t& element) {
 void show(const std::string& where, const certificate_t& certificate, bool verbose) {
   print_field("subject", dn_text(where, "subject", certificate.subject));
   print_field("issuer", dn_text(where, "issuer", certificate.issuer));
-  print_field("serial", hex(certificate.serial));
+  print_field("serial", serial_text(certificate.serial));
   print_field("not before", time_text(where, "notBefore", certificate.not_before));
   print_field("not after", time_text(where, "notAfter", certificate.not_after));
   show_public_key(where, certificate.public_key, verbose);
