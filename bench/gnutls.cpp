@@ -171,41 +171,7 @@ std::size_t read_container(const Container& container) {
   return sum;
 }
 
-void fill_bag(gnutls_pkcs12_bag_t bag, const Bag& from, const std::string& name) {
-  const gnutls_datum_t value = datum(from.value);
-  const gnutls_datum_t key_id = datum(from.local_key_id);
-  const int set = gnutls_pkcs12_bag_set_data(bag, GNUTLS_BAG_CERTIFICATE, &value);
-  require_ok(set, "gnutls_pkcs12_bag_set_data");
-  const unsigned index = static_cast<unsigned>(set);
-  require_ok(gnutls_pkcs12_bag_set_friendly_name(bag, index, name.c_str()),
-             "gnutls_pkcs12_bag_set_friendly_name");
-  require_ok(gnutls_pkcs12_bag_set_key_id(bag, index, &key_id), "gnutls_pkcs12_bag_set_key_id");
-}
-
-std::string latin(const Bytes& utf16) {
-  std::string text;
-  for (std::size_t i = 1; i < utf16.size(); i += 2) {
-    text += static_cast<char>(utf16[i]);
-  }
-  return text;
-}
-
-std::size_t write_container(const Container& container) {
-  gnutls_pkcs12_t pfx = nullptr;
-  gnutls_pkcs12_bag_t bag = nullptr;
-  gnutls_datum_t der{};
-  require_ok(gnutls_pkcs12_init(&pfx), "gnutls_pkcs12_init");
-  require_ok(gnutls_pkcs12_bag_init(&bag), "gnutls_pkcs12_bag_init");
-  for (const Bag& from : container.bags) {
-    fill_bag(bag, from, latin(from.friendly_name));
-  }
-  require_ok(gnutls_pkcs12_set_bag(pfx, bag), "gnutls_pkcs12_set_bag");
-  require_ok(gnutls_pkcs12_export2(pfx, GNUTLS_X509_FMT_DER, &der), "gnutls_pkcs12_export2");
-  gnutls_pkcs12_bag_deinit(bag);
-  gnutls_pkcs12_deinit(pfx);
-  return freed_size(der);
-}
-
+// Reading only: it writes no container without computing the MAC.
 void add_containers(const Samples& samples, Cases& cases) {
   constexpr std::size_t most_bags = 32;  // GnuTLS refuses more in one SafeContents
   for (const Container& container : samples.containers) {
@@ -213,9 +179,7 @@ void add_containers(const Samples& samples, Cases& cases) {
     if (bags > most_bags) {
       break;
     }
-    const std::string input = std::to_string(bags);
-    add_one(cases, {"W5-read", input, bags}, gnutls, container, read_container);
-    add_one(cases, {"W5-write", input, bags}, gnutls, container, write_container, "no MAC");
+    add_one(cases, {"W5-read", std::to_string(bags), bags}, gnutls, container, read_container);
   }
 }
 
