@@ -4,32 +4,37 @@
 //   bench_plain [repetitions]
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 
 #include "cases.h"
 #include "samples.h"
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 volatile std::size_t sink;
 
+// Of CPU time, as other processes may be running.
 double nanoseconds_per_run(const Case& one, std::size_t runs) {
-  const Clock::time_point begin = Clock::now();
+  const std::clock_t begin = std::clock();
   for (std::size_t i = 0; i < runs; ++i) {
     sink = one.run();
   }
-  const std::chrono::duration<double, std::nano> spent = Clock::now() - begin;
-  return spent.count() / static_cast<double>(runs);
+  const double clocks = static_cast<double>(std::clock() - begin);
+  return clocks / CLOCKS_PER_SEC * 1e9 / static_cast<double>(runs);
 }
 
 // As many as take about 20 ms.
 std::size_t enough_runs(const Case& one) {
   constexpr double wanted = 20e6;
-  return static_cast<std::size_t>(wanted / nanoseconds_per_run(one, 3)) + 1;
+  std::size_t runs = 1;
+  double spent = 0;
+  while (spent < wanted / 20) {
+    runs *= 4;
+    spent = nanoseconds_per_run(one, runs) * static_cast<double>(runs);
+  }
+  return static_cast<std::size_t>(static_cast<double>(runs) * wanted / spent) + 1;
 }
 
 double median(std::vector<double> times) {
@@ -43,10 +48,14 @@ int main(int argc, char** argv) {
   const int repetitions = argc > 1 ? std::atoi(argv[1]) : 5;
   const Samples samples = load_samples(CERTIFICATES);
   const Cases cases = checked_cases(samples);
+  std::vector<std::size_t> runs;
+  for (const Case& one : cases) {
+    runs.push_back(enough_runs(one));
+  }
   std::vector<std::vector<double>> times(cases.size());
   for (int round = 0; round < repetitions; ++round) {
     for (std::size_t i = 0; i < cases.size(); ++i) {
-      times[i].push_back(nanoseconds_per_run(cases[i], enough_runs(cases[i])));
+      times[i].push_back(nanoseconds_per_run(cases[i], runs[i]));
     }
   }
   std::printf("{\"benchmarks\": [");
