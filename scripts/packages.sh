@@ -1,6 +1,6 @@
 # The Debian packages of the build, and how the scripts install them. Sourced, not run.
 
-build_packages="cmake ninja-build g++ pkg-config libcli11-dev libgpg-error-dev libgcrypt20-dev"
+build_packages="cmake ninja-build g++ pkg-config libcli11-dev libgpg-error-dev libgcrypt20-dev libbsd-dev"
 test_packages="g++-multilib googletest ca-certificates openssl gnutls-bin python3"
 
 # Installs those of the named packages that are missing, quietly.

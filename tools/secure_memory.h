@@ -1,0 +1,41 @@
+// Passwords and derived keys: memory that is locked, wiped when given back, and in no core dump.
+// All other heap memory of the command is wiped too (wiped_heap.cpp).
+
+#ifndef PKIDER_TOOLS_SECURE_MEMORY_H
+#define PKIDER_TOOLS_SECURE_MEMORY_H
+
+#include <gcrypt.h>
+
+#include <cstddef>
+#include <new>
+#include <vector>
+
+// protect_secrets readies libgcrypt's secure memory and forbids core dumps and tracing. Call it
+// before the first secret comes into being. Throws std::runtime_error.
+void protect_secrets();
+
+template <class T>
+struct secure_allocator {
+  using value_type = T;
+
+  secure_allocator() = default;
+  template <class U>
+  explicit secure_allocator(const secure_allocator<U>&) {}
+
+  T* allocate(std::size_t count) {
+    void* block = gcry_calloc_secure(count, sizeof(T));
+    if (block == nullptr) {
+      throw std::bad_alloc();
+    }
+    return static_cast<T*>(block);
+  }
+  void deallocate(T* block, std::size_t) { gcry_free(block); }  // wipes
+
+  friend bool operator==(const secure_allocator&, const secure_allocator&) { return true; }
+  friend bool operator!=(const secure_allocator&, const secure_allocator&) { return false; }
+};
+
+// Not a std::string: that keeps short texts outside the allocator's memory.
+using secret_t = std::vector<unsigned char, secure_allocator<unsigned char>>;
+
+#endif
