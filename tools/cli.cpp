@@ -111,7 +111,11 @@ std::vector<input_block_t> split_pem(const std::string& file, std::string_view t
     if (end == text.npos) {
       throw input_error(file, "the PEM block " + label + " has no end");
     }
-    blocks.push_back({label, decode_base64(std::string(text.substr(line_end, end - line_end)))});
+    const std::string der = decode_base64(std::string(text.substr(line_end, end - line_end)));
+    if (der.empty()) {
+      throw input_error(file, "the PEM block " + label + " is not base64");
+    }
+    blocks.push_back({label, der});
     at = find_line(text, pem_begin, end);
   }
   return blocks;

@@ -18,16 +18,12 @@ int run(int argc, char** argv) {
   add_dn_verb(app);
   add_oid_verb(app);
   add_cert_verb(app);
-  if (add_p12_verb != nullptr) {
-    add_p12_verb(app);
-  }
-  if (add_key_verb != nullptr) {
-    add_key_verb(app);
-  }
+  add_p12_verb(app);
+  add_key_verb(app);
   for (CLI::App* verb : app.get_subcommands({})) {
     verb->add_option("--config", config_files(), "Extend the OID map by the lines of this file")
         ->type_name("FILE")
-        ->expected(1);
+        ->allow_extra_args(false);
   }
   try {
     app.parse(argc, argv);
