@@ -10,6 +10,19 @@ namespace {
 constexpr int status_bad_input = 1;
 constexpr int status_wrong_usage = 2;
 
+// To every verb that does something itself.
+void add_config_option(CLI::App& app) {
+  const auto verbs = app.get_subcommands({});
+  for (CLI::App* verb : verbs) {
+    add_config_option(*verb);
+  }
+  if (verbs.empty()) {
+    app.add_option("--config", config_files(), "Extend the OID map by the lines of this file")
+        ->type_name("FILE")
+        ->allow_extra_args(false);
+  }
+}
+
 int run(int argc, char** argv) {
   CLI::App app("Names, object identifiers, certificates and key containers in DER.", "pkider");
   app.set_version_flag("--version", "pkider " PKIDER_VERSION);
@@ -20,11 +33,7 @@ int run(int argc, char** argv) {
   add_cert_verb(app);
   add_p12_verb(app);
   add_key_verb(app);
-  for (CLI::App* verb : app.get_subcommands({})) {
-    verb->add_option("--config", config_files(), "Extend the OID map by the lines of this file")
-        ->type_name("FILE")
-        ->allow_extra_args(false);
-  }
+  add_config_option(app);
   try {
     app.parse(argc, argv);
   } catch (const CLI::RuntimeError& e) {
