@@ -85,7 +85,7 @@ class asn_tag_t_ : public asn_tag_fields_t_<N> {
   // when `count` is 0, and must not lie inside this builder.
   void append_bytes(const void* source, unsigned count) {
     reserve(count);
-    std::copy_n(static_cast<const unsigned char*>(source), count, buf + header_room + len);
+    std::copy_n(static_cast<const unsigned char*>(source), count, buf + (header_room + len));
     len += count;
     write_header();
   }
