@@ -6,8 +6,8 @@
 
 #include "samples.h"
 
-void fail(const std::string& call) {
-  std::fprintf(stderr, "bench: %s failed\n", call.c_str());
+void fail(const char* call) {
+  std::fprintf(stderr, "bench: %s failed\n", call);
   std::exit(1);
 }
 
@@ -31,7 +31,8 @@ void check(const Cases& cases) {
     const auto [first, added] = sums.emplace(one.workload.name + ("/" + one.workload.input), sum);
     const bool same = *one.note != '\0' || sum == first->second;
     if (sum == 0 || !same) {
-      fail(title(one) + ": " + std::to_string(sum) + " against " + std::to_string(first->second));
+      fail((title(one) + ": " + std::to_string(sum) + " against " + std::to_string(first->second))
+               .c_str());
     }
   }
 }

@@ -43,7 +43,7 @@ void add_botan(const Samples& samples, Cases& cases);
 Cases checked_cases(const Samples& samples);
 
 // Ends the program: a figure of a failing call is worth nothing.
-[[noreturn]] void fail(const std::string& call);
+[[noreturn]] void fail(const char* call);
 inline void require(bool success, const char* call) {
   if (!success) {
     fail(call);
