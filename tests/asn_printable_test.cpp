@@ -114,13 +114,15 @@ const std::map<std::string, operation_t> operations = {
      }}};
 
 TEST(Names, Rows) {
-  for (const row_t& row : rows_t("names.txt").rows) {
-    const std::size_t blank = std::min(row.operation.find(' '), row.operation.size());
-    const std::string name = row.operation.substr(0, blank);
-    const bool is_der = name == "encode" && row.expected != "!";
-    EXPECT_EQ(operations.at(name)(row.operation.substr(blank).erase(0, 1), row.input),
-              is_der ? to_hex(der_text(row.expected)) : row.expected)
-        << row.operation << ": " << row.reason;
+  const rows_t table("names.txt");
+  ASSERT_GT(table.rows.size(), 150U);
+  for (const auto& [operation, reason, input, expected] : table.rows) {
+    const std::size_t blank = std::min(operation.find(' '), operation.size());
+    const std::string name = operation.substr(0, blank);
+    const std::string argument = operation.substr(blank).erase(0, 1);
+    const bool is_der = name == "encode" && expected != "!";
+    EXPECT_EQ(operations.at(name)(argument, input), is_der ? to_hex(der_text(expected)) : expected)
+        << operation << ": " << reason;
   }
 }
 
