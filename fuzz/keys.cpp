@@ -1,19 +1,21 @@
-// Public keys, signature values and algorithms, DigestInfo: views lie inside the input, and an OID
-// that has a code is that code's OID.
+// Public keys, signature values and algorithms, DigestInfo: views lie inside the input, and
+// codes and OIDs agree.
 
 #include "asn_helper.h"
 #include "laws.h"
 
 namespace {
 
+// The OID of the code that an OID gives has the same code: OIDs may share one.
 void check_codes(const blob_t& oid) {
   const pki_alg_t hash = PKI_OID_TO_HASH_ALG(oid.data, oid.size);
   const pki_alg_t key = PKI_OID_TO_KEY_ALG(oid.data, oid.size);
   const pki_alg_t sign = PKI_OID_TO_CERT_SIGN_ALG(oid.data, oid.size);
+  law(PKI_OID_TO_ALG(oid.data, oid.size) == (hash != 0 ? hash : key != 0 ? key : sign));
+  const pki_oid_ref_t* const own = PKI_CERT_SIGN_ALG_TO_OID(sign);
+  law(PKI_OID_TO_CERT_SIGN_ALG(own->data, own->size) == sign);
   law(hash == 0 || bytes_of(*PKI_HASH_ALG_TO_OID(hash)) == bytes_of(oid));
   law(key == 0 || bytes_of(*PKI_KEY_ALG_TO_OID(key)) == bytes_of(oid));
-  law(sign == 0 || bytes_of(*PKI_CERT_SIGN_ALG_TO_OID(sign)) == bytes_of(oid));
-  law(PKI_OID_TO_ALG(oid.data, oid.size) == (hash != 0 ? hash : key != 0 ? key : sign));
 }
 
 void check_pubkey(const exact_t& input) {
