@@ -7,47 +7,49 @@
 
 #include "asn_reader.h"
 
-// asn1_read_tag, inline. No other code looks at a length octet.
-inline const unsigned char* asn1_decode_header_(asn_tag_t::Type type, const unsigned char* p,
-                                                unsigned n, unsigned* len) {
+// The header of one element: its own size, and the length it declares.
+struct asn1_header_t {
+  unsigned size;  // 0 where there is no header
+  unsigned len;
+};
+
+// Decodes the header that must begin the `n` bytes at `p` and have the identifier `type`. Whether
+// the content fits is left to the caller. No other code looks at a length octet.
+inline asn1_header_t asn1_decode_header_(asn_tag_t::Type type, const unsigned char* p, unsigned n) {
   if (n < 2) {
-    return nullptr;
+    return {0, 0};
   }
-  if (type != asn_tag_t::ANY && p[0] != type) {
-    return nullptr;
+  if (type != asn_tag_t::ANY && p[0] != type) {  // D2: one byte, whatever its tag number
+    return {0, 0};
   }
   const unsigned first = p[1];
   if (first < 0x80) {
-    *len = first;
-    return n < first + 2 ? nullptr : p + 2;
+    return {2, first};
   }
   const unsigned count = first & 0x7F;
   if (count == 0 || count > 4 || n < count + 2) {
-    return nullptr;
+    return {0, 0};
   }
-  unsigned length = 0;
-  for (unsigned i = 0; i < count; ++i) {
+  unsigned length = p[2];
+  for (unsigned i = 1; i < count; ++i) {
     length = length << 8 | p[2 + i];
   }
-  *len = length;
-  return n < length + count + 2 ? nullptr : p + count + 2;  // D4: the sum wraps
+  return {2 + count, length};  // D1: minimal or not
 }
 
 // Takes the next element, which must have the identifier `type`, off `cur`; its content is `out`.
 // On failure `cur` is unchanged and out->ptr null. Unlike asn1_read_tag it never accepts content
 // that ends beyond the cursor. `cur` and `out` must be two objects.
 inline bool asn1_read_tag_i_(asn_tag_t::Type type, asn_iter_t* cur, asn_iter_t* out) {
-  out->ptr = asn1_decode_header_(type, cur->ptr, cur->len, &out->len);
-  if (out->ptr == nullptr) {
-    return false;
-  }
-  const unsigned left = cur->len - static_cast<unsigned>(out->ptr - cur->ptr);
-  if (out->len > left) {
+  const asn1_header_t header = asn1_decode_header_(type, cur->ptr, cur->len);
+  out->len = header.len;
+  if (header.size == 0 || header.len > cur->len - header.size) {
     out->ptr = nullptr;
     return false;
   }
-  cur->ptr = out->ptr + out->len;
-  cur->len = left - out->len;
+  out->ptr = cur->ptr + header.size;
+  cur->ptr = out->ptr + header.len;
+  cur->len -= header.size + header.len;
   return true;
 }
 

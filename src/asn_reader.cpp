@@ -6,7 +6,12 @@
 
 const unsigned char* asn1_read_tag(asn_tag_t::Type type, const unsigned char* p, unsigned n,
                                    unsigned* len) {
-  return asn1_decode_header_(type, p, n, len);
+  const asn1_header_t header = asn1_decode_header_(type, p, n);
+  if (header.size == 0) {
+    return nullptr;
+  }
+  *len = header.len;
+  return n < header.len + header.size ? nullptr : p + header.size;  // D4: the sum wraps
 }
 
 bool asn_read_INTEGER(const void* p, unsigned n, unsigned& value, unsigned limit) {
