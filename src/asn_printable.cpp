@@ -194,10 +194,10 @@ char* printable_dn_reverse(char* dn) {
     while (begin != dn && (begin[-1] == ' ' || begin[-1] == '\t')) {
       --begin;
     }
-    std::reverse(begin, at((next - 1)->value_end));
+    reverse_bytes_(begin, at((next - 1)->value_end));
     first = next;
   }
-  std::reverse(dn, at(attributes.back().value_end));
+  reverse_bytes_(dn, at(attributes.back().value_end));
   return dn;
 }
 
@@ -267,7 +267,7 @@ void append_escaped(const char* p, const char* end, std::string& out) {
     while (p != end && (class_of(*p) & is_special) == 0) {
       ++p;
     }
-    out.append(run, p);
+    out.append(run, static_cast<std::size_t>(p - run));
     if (p == end) {
       return;
     }
@@ -375,7 +375,7 @@ bool append_rdn(asn_iter_t* name, const unsigned char* input_end, std::string& o
 }
 
 void reverse_from(std::string& text, std::size_t begin) {
-  std::reverse(text.begin() + static_cast<std::ptrdiff_t>(begin), text.end());
+  reverse_bytes_(text.data() + begin, text.data() + text.size());
 }
 
 }  // namespace

@@ -178,7 +178,7 @@ TEST(Names, ReverseTwice) {
   }
 }
 
-// Whether a value is text follows from its identifier alone.
+// Whether a value is text follows from its identifier alone; empty wide strings are refused (D31).
 TEST(Names, EveryIdentifier) {
   const std::string strings = from_hex("0C 12 13 14 16 1C 1E");
   for (unsigned tag = 0; tag < 0x100; ++tag) {
@@ -192,7 +192,7 @@ TEST(Names, EveryIdentifier) {
   }
 }
 
-// As it stands, behind a backslash, as two digits behind one, and back from DER.
+// As it stands, behind a backslash, as two digits behind one, and back from DER (D27, D29, D37).
 TEST(Names, EveryByteOfAValue) {
   for (unsigned byte = 1; byte < 0x100; ++byte) {
     const std::string c(1, static_cast<char>(byte));

@@ -41,7 +41,8 @@ TEST(T61, Strings) {
   }
 }
 
-// At both ends of every length: enough room, one byte too little, and none asked for.
+// At both ends of every length, and a surrogate (D40): enough room, one byte too little, and none
+// asked for.
 TEST(Utf8, OneCodePoint) {
   const struct {
     unsigned code_point;
@@ -51,6 +52,7 @@ TEST(Utf8, OneCodePoint) {
                {0x80, "C2 80"},
                {0x7FF, "DF BF"},
                {0x800, "E0 A0 80"},
+               {0xD800, "ED A0 80"},
                {0xFFFF, "EF BF BF"},
                {0x10000, "F0 90 80 80"},
                {0x1FFFFF, "F7 BF BF BF"},

@@ -12,6 +12,7 @@
 #include "asn_cursor.h"
 #include "asn_oids.h"
 #include "asn_tag.h"
+#include "prf_parameters.h"
 
 namespace {
 
@@ -23,10 +24,8 @@ constexpr unsigned encryption_block = 1;
 constexpr unsigned mac_block = 3;
 
 constexpr const char* sboxes[] = {
-    "1.2.643.2.2.31.1",
-    "1.2.643.2.2.31.2",
-    "1.2.643.2.2.31.3",
-    "1.2.643.2.2.31.4",
+    "1.2.643.2.2.31.1", "1.2.643.2.2.31.2",    "1.2.643.2.2.31.3",
+    "1.2.643.2.2.31.4", "1.2.643.7.1.2.5.1.1",
 };
 
 void check(gcry_error_t error) {
@@ -108,10 +107,10 @@ bool is_well_formed(const blob_t& data) {
          is_one(asn_tag_t::OCTET_STRING, data, &content);
 }
 
-void wrap_in_octet_string(std::string& data) {
+std::string in_octet_string(const std::string& data) {
   const asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING, data.data(),
                              static_cast<unsigned>(data.size()));
-  data.assign(reinterpret_cast<const char*>(octets.encoded()), octets.encoded_size());
+  return std::string(reinterpret_cast<const char*>(octets.encoded()), octets.encoded_size());
 }
 
 // The MAC of the authenticated safe, whose whole OCTET STRING element `data` is.
@@ -193,7 +192,8 @@ bool gost_pbe::verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, un
   }
   spend(mac.mac_iterations);
   const secret_t key = derive(mac.mac_salt, mac.mac_iterations, mac_block);
-  mac_refused_ = !equal_in_constant_time(mac_of({size, data}, key), mac.digest);
+  const blob_t covered = mac_data_.size == 0 ? blob_t{size, data} : mac_data_;
+  mac_refused_ = !equal_in_constant_time(mac_of(covered, key), mac.digest);
   return !mac_refused_;
 }
 
@@ -225,7 +225,7 @@ bool gost_pbe::decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, u
       continue;
     }
     if (is_safe_contents(view(plaintext))) {
-      wrap_in_octet_string(plaintext);
+      plaintext = with_prf_parameters(view(in_octet_string(plaintext)));
     }
     ++opened_parts_;
     return true;

@@ -44,12 +44,16 @@ class gost_pbe : public pbe_crypto_t {
   // Throws pbe_error when options.iterations cannot be written.
   explicit gost_pbe(secret_t password, gost_pbe_options_t options = {});
 
+  // Has verify_mac check this OCTET STRING element instead of the one it will be handed: for a
+  // container that was changed, as in prf_parameters.h, after its MAC was made.
+  void set_mac_data(const blob_t& element) { mac_data_ = element; }
+
   bool verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, unsigned size) override;
   bool compute_mac(const unsigned char* data, unsigned size, pkcs12_mac_t& mac) override;
 
-  // Decrypts with whichever of the parameter sets CryptoPro-A to D gives one well-formed element; a
-  // SafeContents gets the header that the library expects. False when none does: the password is
-  // wrong, or the data is damaged.
+  // Decrypts with whichever of the parameter sets CryptoPro-A to D and TC26-Z gives one well-formed
+  // element; a SafeContents gets what the library expects, header and PRF parameters. False when
+  // none does: the password is wrong, or the data is damaged.
   bool decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
                std::string& plaintext) override;
   // Encrypts with CryptoPro-A, a new salt and a new vector. Always true.
@@ -71,6 +75,7 @@ class gost_pbe : public pbe_crypto_t {
   secret_t password_;
   gost_pbe_options_t options_;
   std::uint64_t rounds_spent_ = 0;
+  blob_t mac_data_;
   bool mac_refused_ = false;
   unsigned opened_parts_ = 0;
   unsigned closed_parts_ = 0;

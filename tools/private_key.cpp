@@ -6,8 +6,10 @@
 #include <memory>
 
 #include "asn_cursor.h"
+#include "asn_oids.h"
 #include "known_oids.h"
 #include "pkcs8_helper.h"
+#include "prf_parameters.h"
 
 namespace {
 
@@ -70,6 +72,21 @@ unsigned rsa_bits(const blob_t& octets) {
   return gcry_mpi_get_nbits(scan_number({number.ptr, number.ptr + number.len}).get());
 }
 
+// 0 when it is no GOST algorithm.
+unsigned gost_bits(const blob_t& algorithm) {
+  if (asn_oid_equal_(algorithm, g_oid_ALG_GOST_341012_512)) {
+    return 512;
+  }
+  return asn_oid_equal_(algorithm, g_oid_ALG_GOST_341001) ||
+                 asn_oid_equal_(algorithm, g_oid_ALG_GOST_341012_256)
+             ? 256
+             : 0;
+}
+
+bool is_rsa(const blob_t& algorithm) {
+  return (PKI_OID_TO_KEY_ALG(algorithm.data, algorithm.size) & kind_mask) == kind_rsa;
+}
+
 private_key_t read_private_key(const std::string& where, const blob_t& der) {
   asn_pkcs8_priv_key_info_t info;
   if (!asn_read_pkcs8_priv_key_info(der.data, der.size, info)) {
@@ -78,14 +95,13 @@ private_key_t read_private_key(const std::string& where, const blob_t& der) {
   private_key_t key;
   key.algorithm = info.algorithm;
   key.octets = info.private_key;
+  key.bits = is_rsa(info.algorithm) ? rsa_bits(info.private_key) : gost_bits(info.algorithm);
   pkcs8_pki_gost_t gost;
   if (asn_read_pkcs8_pki_gost(der.data, der.size, gost)) {
+    key.octets = gost.private_key;  // some programs leave the inner OCTET STRING out
+  }
+  if (gost_bits(info.algorithm) != 0) {
     read_gost_params(der, &key);
-    key.octets = gost.private_key;
-    key.bits = gost.key_alg == PKCS8_GOST_2012_512 ? 512 : 256;
-  } else if ((PKI_OID_TO_KEY_ALG(info.algorithm.data, info.algorithm.size) & kind_mask) ==
-             kind_rsa) {
-    key.bits = rsa_bits(info.private_key);
   }
   return key;
 }
@@ -171,6 +187,7 @@ key_file_t open_key_file(const std::string& file, const password_source_t& sourc
   if (!is_encrypted(key.der)) {
     return key;
   }
+  key.der = with_prf_parameters({size(key.der), bytes(key.der)});
   pkcs8_encrypted_pki_gost_t info;
   if (!asn_read_pkcs8_encrypted_pki_gost(bytes(key.der), size(key.der), info)) {
     throw input_error(file, "encrypted with another scheme than PBES2 with GOST algorithms");
@@ -210,23 +227,16 @@ std::string private_key_summary(const std::string& where, const blob_t& der) {
   return describe_oid(key.algorithm.data, key.algorithm.size) + ", " + size_text(key.bits);
 }
 
-pairing_t pair_keys(const blob_t& private_key, const asn_pubkey_t& public_key) {
-  pkcs8_pki_gost_t gost;
-  asn_gost_pubkey_t other;
-  private_key_t key;
-  read_gost_params(private_key, &key);
-  if (!asn_read_pkcs8_pki_gost(private_key.data, private_key.size, gost) ||
-      gost.private_key.size != (gost.key_alg == PKCS8_GOST_2012_512 ? 64 : 32)) {
-    return pairing_t::unknown;
-  }
+pairing_t pair_keys(const std::string& where, const blob_t& private_key,
+                    const asn_pubkey_t& public_key) {
+  const private_key_t key = read_private_key(where, private_key);
   const context_t curve = open_curve(key.key_params);
-  if (curve == nullptr) {
+  if (gost_bits(key.algorithm) != key.octets.size * 8 || curve == nullptr) {
     return pairing_t::unknown;
   }
-  if (!asn_read_gost_pubkey(public_key, other)) {
-    return pairing_t::different;
-  }
-  return public_octets(curve.get(), gost.private_key) == to_string(other.key)
+  asn_gost_pubkey_t other;
+  return asn_read_gost_pubkey(public_key, other) &&
+                 public_octets(curve.get(), key.octets) == to_string(other.key)
              ? pairing_t::same
              : pairing_t::different;
 }

@@ -36,6 +36,7 @@ enum class pairing_t { same, different, unknown };
 
 // Tells whether a GOST private key belongs to a public key, by computing its own. Unknown for other
 // algorithms, for curves that libgcrypt does not have, and for keys stored with masks.
-pairing_t pair_keys(const blob_t& private_key, const asn_pubkey_t& public_key);
+pairing_t pair_keys(const std::string& where, const blob_t& private_key,
+                    const asn_pubkey_t& public_key);
 
 #endif

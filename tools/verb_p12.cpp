@@ -10,8 +10,8 @@
 #include <memory>
 
 #include "asn_cursor.h"
-#include "asn_oids.h"
 #include "cli.h"
+#include "container.h"
 #include "known_oids.h"
 #include "output_file.h"
 #include "password.h"
@@ -24,101 +24,13 @@ namespace {
 
 // ---- Reading ----
 
-// Replaces `cur` by the content of its next element.
-bool enter(asn_tag_t::Type type, asn_iter_t* cur) {
-  asn_iter_t content;
-  if (!asn1_read_tag_i_(type, cur, &content)) {
-    return false;
-  }
-  *cur = content;
-  return true;
-}
-
-// PFX ::= SEQUENCE { version INTEGER, authSafe ContentInfo, macData MacData OPTIONAL }
-struct pfx_t {
-  blob_t version;
-  asn_iter_t auth_safe;  // content of the ContentInfo
-  pkcs12_mac_t mac;
-};
-
-pfx_t read_pfx(const std::string& file, const std::string& der) {
-  pfx_t pfx;
-  asn_iter_t cur = {bytes(der), size(der)};
-  asn_iter_t version;
-  asn_iter_t mac;
-  if (!enter(asn_tag_t::SEQUENCE, &cur) || !asn1_read_tag_i_(asn_tag_t::INTEGER, &cur, &version) ||
-      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &pfx.auth_safe) ||
-      !asn1_next_is_(asn_tag_t::OID, pfx.auth_safe)) {
-    throw input_error(file, "not a PKCS#12 file, or not in DER");
-  }
-  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &mac)) {
-    throw input_error(file, "a PKCS#12 file without a MAC: nothing in it can be trusted");
-  }
-  if (!asn_read_pkcs12_MacData(mac.ptr, mac.len, pfx.mac)) {
-    throw input_error(file, "a PKCS#12 file, but its MacData is malformed");
-  }
-  pfx.version = asn1_view_(version);
-  return pfx;
-}
-
-// ContentInfo ::= SEQUENCE { contentType OID, content [0] }. Replaces `cur`, the content of one, by
-// its [0]'s content.
-bool enter_content(asn_iter_t* cur, blob_t* type) {
-  asn_iter_t oid;
-  if (!asn1_read_tag_i_(asn_tag_t::OID, cur, &oid)) {
-    return false;
-  }
-  *type = asn1_view_(oid);
-  return enter(asn_tag_t::CONTEXT_0, cur);
-}
-
-unsigned shrouded_keys(asn_iter_t safe_contents) {
-  unsigned count = 0;
-  asn_iter_t bag;
-  asn_iter_t id;
-  while (asn1_read_tag_i_(asn_tag_t::SEQUENCE, &safe_contents, &bag)) {
-    if (asn1_read_tag_i_(asn_tag_t::OID, &bag, &id) &&
-        asn_oid_equal_(asn1_view_(id), g_oid_pkcs12_id_shroudedKeyBag)) {
-      ++count;
-    }
-  }
-  return count;
-}
-
-// How many encrypted parts a container has, as far as can be seen without decrypting.
-unsigned encrypted_parts(asn_iter_t auth_safe) {
-  unsigned count = 0;
-  blob_t type;
-  asn_iter_t part;
-  if (!enter_content(&auth_safe, &type) || !enter(asn_tag_t::OCTET_STRING, &auth_safe) ||
-      !enter(asn_tag_t::SEQUENCE, &auth_safe)) {
-    return 0;
-  }
-  while (asn1_read_tag_i_(asn_tag_t::SEQUENCE, &auth_safe, &part)) {
-    const bool read = enter_content(&part, &type);
-    if (read && asn_oid_equal_(type, g_oid_pkcs7_id_encrypted_data)) {
-      ++count;
-    } else if (read && enter(asn_tag_t::OCTET_STRING, &part) && enter(asn_tag_t::SEQUENCE, &part)) {
-      count += shrouded_keys(part);
-    }
-  }
-  return count;
-}
-
 struct reading_t {
   std::string file;
   password_source_t password;
   gost_pbe_options_t crypto;
 };
 
-struct container_t {
-  std::string der;
-  pfx_t pfx;
-  std::unique_ptr<gost_pbe> crypto;
-  pkcs12_easy_t model;
-};
-
-// DER, or a PEM block of certtool's.
+// DER, or a PEM block as certtool writes it.
 std::string container_der(const std::string& file) {
   const std::string content = read_file(file);
   if (content.rfind("-----BEGIN PKCS12-----", 0) == 0) {
@@ -127,36 +39,26 @@ std::string container_der(const std::string& file) {
   return content;
 }
 
-void report_left_out(const container_t& container, const std::string& file) {
-  const unsigned parts = encrypted_parts(container.pfx.auth_safe);
-  const unsigned opened = container.crypto->opened_parts();
-  if (opened < parts) {
-    report(file + ": left out " + std::to_string(parts - opened) + " of " + std::to_string(parts) +
+// An opened container, with the cryptography that goes on with its password.
+struct opened_t {
+  container_t container;
+  std::unique_ptr<gost_pbe> crypto;
+};
+
+opened_t open_container(const reading_t& reading) {
+  const std::string& file = reading.file;
+  opened_t opened;
+  opened.container = split_container(file, container_der(file));
+  opened.crypto = std::make_unique<gost_pbe>(
+      read_password(reading.password, "Password of " + printable(file)), reading.crypto);
+  read_container(file, opened.crypto.get(), &opened.container);
+  const unsigned parts = opened.container.encrypted_parts;
+  if (opened.crypto->opened_parts() < parts) {
+    report(file + ": left out " + std::to_string(parts - opened.crypto->opened_parts()) + " of " +
+           std::to_string(parts) +
            " encrypted parts: encrypted with other algorithms, or with another password");
   }
-}
-
-container_t open_container(const reading_t& reading) {
-  container_t container;
-  container.der = container_der(reading.file);
-  container.pfx = read_pfx(reading.file, container.der);
-  container.crypto = std::make_unique<gost_pbe>(
-      read_password(reading.password, "Password of " + printable(reading.file)), reading.crypto);
-  bool good = false;
-  try {
-    good = asn_read_pkcs12_easy(bytes(container.der), size(container.der), container.crypto.get(),
-                                container.model);
-  } catch (const pbe_error& e) {
-    throw input_error(reading.file, e.what());
-  }
-  if (container.crypto->mac_refused()) {
-    throw input_error(reading.file, "wrong password, or a damaged file");
-  }
-  if (!good) {
-    throw input_error(reading.file, "the container is malformed");
-  }
-  report_left_out(container, reading.file);
-  return container;
+  return opened;
 }
 
 using handle_bag_t = std::function<void(const pkcs12_bag_t& bag, bool encrypted)>;
@@ -240,10 +142,11 @@ void show_bag(const std::string& file, const pkcs12_bag_t& bag, bool encrypted) 
 }
 
 void show(const reading_t& reading) {
-  const container_t container = open_container(reading);
+  const opened_t opened = open_container(reading);
+  const container_t& container = opened.container;
   print_field("container", reading.file);
-  print_field("version", hex(container.pfx.version));
-  print_field("mac", mac_text(container.pfx.mac));
+  print_field("version", hex(container.version));
+  print_field("mac", mac_text(container.mac));
   for_each_bag(container.model, [&](const pkcs12_bag_t& bag, bool encrypted) {
     show_bag(reading.file, bag, encrypted);
   });
@@ -275,16 +178,16 @@ std::string encrypted_key_pem(const blob_t& der, gost_pbe* crypto) {
   return to_pem(encrypted_key_label, {size(out), bytes(out)});
 }
 
-std::vector<output_t> outputs_of(const extraction_t& extraction, const container_t& container) {
+std::vector<output_t> outputs_of(const extraction_t& extraction, const opened_t& opened) {
   const std::string& file = extraction.reading.file;
   std::vector<output_t> outputs;
   unsigned keys = 0;
   unsigned certificates = 0;
-  for_each_bag(container.model, [&](const pkcs12_bag_t& bag, bool) {
+  for_each_bag(opened.container.model, [&](const pkcs12_bag_t& bag, bool) {
     if (bag.type == PKCS12_BAG_KEY) {
       const std::string summary = private_key_summary(file, bag.value);
       const std::string content = extraction.encrypt
-                                      ? encrypted_key_pem(bag.value, container.crypto.get())
+                                      ? encrypted_key_pem(bag.value, opened.crypto.get())
                                       : to_pem(key_label, bag.value);
       const std::string name = extraction.directory + "/key-" + std::to_string(++keys) + ".pem";
       outputs.push_back({name, content, private_mode, summary});
@@ -300,8 +203,8 @@ std::vector<output_t> outputs_of(const extraction_t& extraction, const container
 }
 
 void extract(const extraction_t& extraction) {
-  const container_t container = open_container(extraction.reading);
-  const std::vector<output_t> outputs = outputs_of(extraction, container);
+  const opened_t opened = open_container(extraction.reading);
+  const std::vector<output_t> outputs = outputs_of(extraction, opened);
   for (const output_t& output : outputs) {
     check_absent(output.file, extraction.overwrite);
   }
@@ -354,7 +257,7 @@ std::size_t certificate_for(const creation_t& creation, const blob_t& key,
     if (!asn_read_pubkey(element.data, static_cast<long>(element.size), public_key)) {
       continue;
     }
-    if (pair_keys(key, public_key) != pairing_t::different) {
+    if (pair_keys(creation.key, key, public_key) != pairing_t::different) {
       return i;
     }
   }
@@ -378,7 +281,6 @@ void create(const creation_t& creation) {
   const std::string name = friendly_name_bytes(creation.name);
   const std::vector<std::string> certificates = read_certificates(creation.certificates);
   const key_file_t key = open_key_file(creation.key, creation.key_password, creation.crypto);
-  private_key_summary(creation.key, view(key.der));
   const std::size_t own = certificate_for(creation, view(key.der), certificates);
   const std::string id = local_key_id(certificates[own]);
 
