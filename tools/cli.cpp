@@ -61,7 +61,7 @@ constexpr std::string_view pem_dashes = "-----";
 struct file_closer_t {
   void operator()(std::FILE* file) const {
     if (file != stdin) {
-      std::fclose(file);
+      static_cast<void>(std::fclose(file));
     }
   }
 };
@@ -69,7 +69,7 @@ struct file_closer_t {
 // Where the first line of `text`, from `from` on, that begins with `prefix` begins; npos if none.
 std::size_t find_line(std::string_view text, std::string_view prefix, std::size_t from) {
   std::size_t at = text.find(prefix, from);
-  while (at != text.npos && at != 0 && text[at - 1] != '\n') {
+  while (at != std::string::npos && at != 0 && text[at - 1] != '\n') {
     at = text.find(prefix, at + 1);
   }
   return at;
@@ -99,7 +99,7 @@ bool begins_with_sequence(const std::string& content) {
 std::vector<input_block_t> split_pem(const std::string& file, std::string_view text) {
   std::vector<input_block_t> blocks;
   std::size_t at = find_line(text, pem_begin, 0);
-  while (at != text.npos) {
+  while (at != std::string::npos) {
     const std::size_t label_at = at + pem_begin.size();
     const std::size_t label_end = text.find(pem_dashes, label_at);
     const std::size_t line_end = text.find('\n', at);
@@ -108,7 +108,7 @@ std::vector<input_block_t> split_pem(const std::string& file, std::string_view t
     }
     const std::string label(text.substr(label_at, label_end - label_at));
     const std::size_t end = find_line(text, pem_end, line_end);
-    if (end == text.npos) {
+    if (end == std::string::npos) {
       throw input_error(file, "the PEM block " + label + " has no end");
     }
     const std::string der = decode_base64(std::string(text.substr(line_end, end - line_end)));
@@ -218,7 +218,7 @@ void for_each_certificate(
     constexpr std::string_view label = "CERTIFICATE";
     const std::size_t at = block.label.rfind(label);
     if (!block.label.empty() &&
-        (at == block.label.npos || at + label.size() != block.label.size())) {
+        (at == std::string::npos || at + label.size() != block.label.size())) {
       continue;
     }
     ++count;

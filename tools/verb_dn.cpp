@@ -17,7 +17,7 @@ constexpr char separators[] = ",+";
 constexpr char blanks[] = " \t";
 
 bool is_attribute(const std::string& text) {
-  return text.find_first_not_of(blanks) != text.npos && encodes(text);
+  return text.find_first_not_of(blanks) != std::string::npos && encodes(text);
 }
 
 // What is left of a malformed name after its leading well-formed attributes. A separator inside
@@ -26,7 +26,7 @@ bool is_attribute(const std::string& text) {
 std::string faulty_rest(const std::string& dn) {
   std::size_t begin = 0;
   std::size_t end = dn.find_first_of(separators);
-  while (end != dn.npos) {
+  while (end != std::string::npos) {
     if (is_attribute(dn.substr(begin, end - begin))) {
       begin = end + 1;
     }
@@ -39,7 +39,7 @@ std::string faulty_rest(const std::string& dn) {
 std::string explain(const std::string& dn) {
   const std::string rest = faulty_rest(dn);
   const std::size_t begin = rest.find_first_not_of(blanks);
-  if (begin == rest.npos) {
+  if (begin == std::string::npos) {
     return "an attribute is missing at the end";
   }
   const std::string before_equals = rest.substr(begin, rest.find('=') - begin);
@@ -59,9 +59,6 @@ std::string explain(const std::string& dn) {
 void run(const std::string& text, bool with_der) {
   std::string normal;
   std::string der;
-  if (text.find('\0') != text.npos) {
-    throw input_error(text, "holds a zero byte");
-  }
   if (!encodes(text)) {
     throw input_error(text, explain(text));
   }

@@ -82,7 +82,7 @@ std::string dotted_text(const oid_t& oid) {
 // An argument that is a name and hexadecimal too (DC) is the name.
 oid_t parse(const std::string& text) {
   for (const auto form : {from_dotted, from_name, from_hex}) {
-    const oid_t oid = form(text);
+    oid_t oid = form(text);
     if (!dotted_text(oid).empty()) {
       return oid;
     }
