@@ -17,6 +17,44 @@
 
 namespace {
 
+// What a byte of a value means, to the splitter and on the way to DER and back.
+enum : unsigned char {
+  not_printable = 1,  // outside PrintableString's alphabet
+  not_ascii = 2,
+  is_special = 4,  // one of the nine that a backslash must escape
+  is_end = 8,      // the terminating zero
+};
+
+constexpr bool is_one_of(const char* set, char c) {
+  for (; *set != 0; ++set) {
+    if (*set == c) {
+      return true;
+    }
+  }
+  return false;
+}
+
+struct byte_classes_t {
+  unsigned char of[256];
+
+  constexpr byte_classes_t() : of() {
+    for (unsigned i = 0; i < 256; ++i) {
+      const char c = static_cast<char>(i);
+      const bool printable = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+                             (c >= '0' && c <= '9') || is_one_of(" '()+,-./:=?", c);
+      of[i] = static_cast<unsigned char>(
+          (printable ? 0 : not_printable) | (i >= 0x80 ? not_ascii : 0) |
+          (is_one_of("\"#+,;<=>\\", c) ? is_special : 0) | (i == 0 ? is_end : 0));
+    }
+  }
+};
+
+constexpr byte_classes_t byte_classes;
+
+unsigned class_of(char c) {
+  return byte_classes.of[static_cast<unsigned char>(c)];
+}
+
 constexpr unsigned usual_attributes = 10;
 
 const char* skip_blanks(const char* p) {
@@ -34,32 +72,70 @@ const char* find_name_end(const char* p) {
   return p;
 }
 
-// The separator or terminating zero that ends a value; null when a quote stays open.
-const char* find_value_end(const char* p) {
+// The separator or terminating zero that ends a value; null when a quote stays open. Adds what the
+// bytes before it are to `classes`.
+const char* find_value_end(const char* p, unsigned& classes) {
   bool quoted = false;
   for (;; ++p) {
-    switch (*p) {
-      case 0:
-        return quoted ? nullptr : p;
-      case '"':
-        quoted = !quoted;
-        break;
-      case '\\':
-        if (p[1] != 0) {
-          ++p;
-        }
-        break;
-      case '+':
-      case ',':
-        if (!quoted) {
-          return p;
-        }
-        break;
-      default:
-        break;
+    const unsigned found = class_of(*p);
+    if ((found & (is_special | is_end)) == 0) {
+      classes |= found;
+      continue;
     }
+    if (*p == 0) {
+      return quoted ? nullptr : p;
+    }
+    if ((*p == '+' || *p == ',') && !quoted) {
+      return p;
+    }
+    if (*p == '"') {
+      quoted = !quoted;
+    } else if (*p == '\\' && p[1] != 0) {
+      ++p;
+    }
+    classes |= found;
   }
 }
+
+// Takes one attribute after the other off a printable DN.
+class dn_splitter_t {
+ public:
+  explicit dn_splitter_t(const char* dn) : p_(skip_blanks(dn)), more_(*p_ != 0) {}
+
+  bool more() const { return more_; }
+
+  // The next attribute; false when the text is malformed there.
+  bool next(RDNdescr_t& attribute) {
+    attribute.name_begin = p_;
+    attribute.name_end = find_name_end(p_);
+    p_ = skip_blanks(attribute.name_end);
+    if (*p_ != '=' || attribute.name_end == attribute.name_begin) {
+      return false;
+    }
+    attribute.value_begin = p_ + 1;
+    value_classes_ = 0;
+    attribute.value_end = find_value_end(p_ + 1, value_classes_);
+    if (attribute.value_end == nullptr) {
+      return false;
+    }
+    attribute.plus_joined = joined_;
+    joined_ = *attribute.value_end == '+';
+    more_ = *attribute.value_end != 0;
+    if (more_) {
+      p_ = skip_blanks(attribute.value_end + 1);
+    }
+    return true;
+  }
+
+  // The classes of all bytes of the last value, but those right after a backslash.
+  unsigned value_classes() const { return value_classes_; }
+
+ private:
+  const char* p_;
+  bool more_;
+  bool joined_ = false;
+  unsigned value_classes_ = 0;
+};
 
 std::vector<RDNdescr_t> usual_vector() {
   std::vector<RDNdescr_t> attributes;
@@ -75,35 +151,14 @@ std::string_view name_of(const RDNdescr_t& attribute) {
 }  // namespace
 
 bool printable_dn_parse(const char* dn, std::vector<RDNdescr_t>& out) {
-  const char* p = skip_blanks(dn);
-  if (*p == 0) {
-    return true;
-  }
-  RDNdescr_t attribute;
-  attribute.plus_joined = false;
-  for (;;) {
-    attribute.name_begin = p;
-    attribute.name_end = find_name_end(p);
-    p = skip_blanks(attribute.name_end);
-    if (*p != '=' || attribute.name_end == attribute.name_begin) {
-      return false;
-    }
-    attribute.value_begin = p + 1;
-    attribute.value_end = find_value_end(p + 1);
-    if (attribute.value_end == nullptr) {
+  for (dn_splitter_t splitter(dn); splitter.more();) {
+    RDNdescr_t attribute;
+    if (!splitter.next(attribute)) {
       return false;
     }
     out.push_back(attribute);
-    p = attribute.value_end;
-    if (*p == 0) {
-      return true;
-    }
-    attribute.plus_joined = *p == '+';
-    p = skip_blanks(p + 1);
-    if (*p == 0) {
-      return false;
-    }
   }
+  return true;
 }
 
 // ---- Queries and edits on the text ----
@@ -204,43 +259,6 @@ char* printable_dn_reverse(char* dn) {
 // ---- DER to text ----
 
 namespace {
-
-// What a byte of a value means on its way to DER and back.
-enum : unsigned char {
-  not_printable = 1,  // outside PrintableString's alphabet
-  not_ascii = 2,
-  is_special = 4,  // one of the nine that a backslash must escape
-};
-
-constexpr bool is_one_of(const char* set, char c) {
-  for (; *set != 0; ++set) {
-    if (*set == c) {
-      return true;
-    }
-  }
-  return false;
-}
-
-struct byte_classes_t {
-  unsigned char of[256];
-
-  constexpr byte_classes_t() : of() {
-    for (unsigned i = 0; i < 256; ++i) {
-      const char c = static_cast<char>(i);
-      const bool printable = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-                             (c >= '0' && c <= '9') || is_one_of(" '()+,-./:=?", c);
-      of[i] =
-          static_cast<unsigned char>((printable ? 0 : not_printable) | (i >= 0x80 ? not_ascii : 0) |
-                                     (is_one_of("\"#+,;<=>\\", c) ? is_special : 0));
-    }
-  }
-};
-
-constexpr byte_classes_t byte_classes;
-
-unsigned class_of(char c) {
-  return byte_classes.of[static_cast<unsigned char>(c)];
-}
 
 constexpr unsigned char utf8_string = 0x0C;
 constexpr unsigned char numeric_string = 0x12;
@@ -590,9 +608,15 @@ bool read_hex(const char* p, const char* end, std::string& scratch, dn_value_t& 
   return true;
 }
 
-bool read_value(const RDNdescr_t& attribute, std::string& scratch, dn_value_t& value) {
+// `classes` are those of the value's bytes: without special ones it stands as it is.
+bool read_value(const RDNdescr_t& attribute, unsigned classes, std::string& scratch,
+                dn_value_t& value) {
   const char* begin = attribute.value_begin;
   const char* end = attribute.value_end;
+  if ((classes & is_special) == 0) {
+    value = {string_tag(classes), begin, static_cast<std::size_t>(end - begin)};
+    return true;
+  }
   if (end - begin >= 2 && *begin == '"' && end[-1] == '"') {
     return read_quoted(begin + 1, end - 1, scratch, value);
   }
@@ -621,20 +645,18 @@ bool append_oid(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<51
 }  // namespace
 
 bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map) {
-  std::vector<RDNdescr_t> attributes = usual_vector();
-  if (!printable_dn_parse(dn, attributes)) {
-    return false;
-  }
   asn_tag_t_<1024> name(asn_tag_t::SEQUENCE);
   asn_tag_t_<512> rdn(asn_tag_t::SET);
   asn_tag_t_<320> pair(asn_tag_t::SEQUENCE);
   asn_tag_t_<512> oid(asn_tag_t::OID);
   asn_tag_t_<256> content(printable_string);
   std::string scratch;
-  for (auto attribute = attributes.begin(); attribute != attributes.end(); ++attribute) {
+  for (dn_splitter_t splitter(dn); splitter.more();) {
+    RDNdescr_t attribute;
     dn_value_t value;
     oid.reset(asn_tag_t::OID);
-    if (!append_oid(*attribute, map, oid) || !read_value(*attribute, scratch, value)) {
+    if (!splitter.next(attribute) || !append_oid(attribute, map, oid) ||
+        !read_value(attribute, splitter.value_classes(), scratch, value)) {
       return false;
     }
     content.reset(value.tag);
@@ -642,12 +664,14 @@ bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map)
     pair.reset(asn_tag_t::SEQUENCE);
     pair.append_tag(oid);
     pair.append_tag(content);
-    append_one_of_many_(rdn, pair);
-    const auto next = attribute + 1;
-    if (next == attributes.end() || !next->plus_joined) {
+    if (rdn.len != 0 && !attribute.plus_joined) {
       append_one_of_many_(name, rdn);
       rdn.reset(asn_tag_t::SET);
     }
+    append_one_of_many_(rdn, pair);
+  }
+  if (rdn.len != 0) {
+    append_one_of_many_(name, rdn);
   }
   assign_tag_(der, name);
   return true;
