@@ -279,51 +279,64 @@ const char* chars(const unsigned char* p) {
   return reinterpret_cast<const char*>(p);
 }
 
-// Appends [p, end) with a backslash before each special character.
-void append_escaped(const char* p, const char* end, std::string& out) {
-  for (const char* run = p;; run = p++) {
-    while (p != end && (class_of(*p) & is_special) == 0) {
-      ++p;
+// Puts a backslash before each special character of `text` from `begin` on, from the last to the
+// first, so that every byte moves once.
+void escape_from(std::string& text, std::size_t begin) {
+  const auto special = [](char c) { return (class_of(c) & is_special) != 0; };
+  const char* const raw = text.data();
+  std::size_t from = text.size();
+  const auto count = std::count_if(raw + begin, raw + from, special);
+  if (count == 0) {
+    return;
+  }
+  grow_string_(text, static_cast<std::uint64_t>(count));
+  for (std::size_t to = text.size(); to != from;) {
+    text[--to] = text[--from];
+    if (special(text[to])) {
+      text[--to] = '\\';
     }
-    out.append(run, static_cast<std::size_t>(p - run));
-    if (p == end) {
-      return;
-    }
-    out.push_back('\\');
   }
 }
 
-bool append_numeric(const asn_iter_t& content, std::string& out) {
-  const char* begin = chars(content.ptr);
-  const char* end = begin + content.len;
-  if (!std::all_of(begin, end, [](char c) { return c == ' ' || (c >= '0' && c <= '9'); })) {
-    return false;
-  }
-  out.append(begin, end);
-  return true;
+bool is_numeric(const asn_iter_t& content) {
+  return std::all_of(content.ptr, content.ptr + content.len,
+                     [](unsigned char c) { return c == ' ' || (c >= '0' && c <= '9'); });
 }
 
 bool append_t61(const asn_iter_t& content, const unsigned char* input_end, std::string& out) {
-  // A prefix at the very end of the input combines with 00 rather than with what lies behind it.
+  // D30: a prefix at the very end of the input combines with 00, not with what lies behind it.
   static constexpr unsigned char nothing = 0;
   const unsigned char* following = content.ptr + content.len;
-  std::string utf8;
-  if (!t61_append_utf8_(content.ptr, content.len, following == input_end ? &nothing : following,
-                        utf8)) {
-    return false;
-  }
-  append_escaped(utf8.data(), utf8.data() + utf8.size(), out);
-  return true;
+  return t61_append_utf8_(content.ptr, content.len, following == input_end ? &nothing : following,
+                          out);
 }
 
 bool append_wide(const asn_iter_t& content, codepage_t source, std::string& out) {
   const CodepageConverter converter(source, CODEPAGE_UTF8);
   const unsigned size = converter.output_size(content.ptr, content.len);
-  std::string utf8(size, 0);
-  if (size == 0 || converter.convert(content.ptr, content.len, utf8.data(), size) == 0) {
-    return false;
+  return size != 0 &&
+         converter.convert(content.ptr, content.len, grow_string_(out, size), size) != 0;
+}
+
+// The content of a string, as UTF-8.
+bool append_string(unsigned char identifier, const asn_iter_t& content,
+                   const unsigned char* input_end, std::string& out) {
+  switch (identifier) {
+    case t61_string:
+      return append_t61(content, input_end, out);
+    case universal_string:
+      return append_wide(content, CODEPAGE_UCS4BE, out);
+    case asn_tag_t::BMP_STRING:
+      return append_wide(content, CODEPAGE_UCS2BE, out);
+    case numeric_string:
+      if (!is_numeric(content)) {
+        return false;
+      }
+      break;
+    default:
+      break;
   }
-  append_escaped(utf8.data(), utf8.data() + utf8.size(), out);
+  out.append(chars(content.ptr), content.len);
   return true;
 }
 
@@ -342,19 +355,12 @@ bool append_value(asn_iter_t rest, const unsigned char* input_end, std::string& 
   if (!asn1_read_tag_i_(asn_tag_t::Type{identifier}, &rest, &content)) {
     return false;
   }
-  switch (identifier) {
-    case numeric_string:
-      return append_numeric(content, out);
-    case t61_string:
-      return append_t61(content, input_end, out);
-    case universal_string:
-      return append_wide(content, CODEPAGE_UCS4BE, out);
-    case asn_tag_t::BMP_STRING:
-      return append_wide(content, CODEPAGE_UCS2BE, out);
-    default:
-      append_escaped(chars(content.ptr), chars(content.ptr + content.len), out);
-      return true;
+  const std::size_t begin = out.size();
+  if (!append_string(identifier, content, input_end, out)) {
+    return false;
   }
+  escape_from(out, begin);
+  return true;
 }
 
 bool append_type(const asn_iter_t& oid, std::string& out, oid_map_handle_t map) {
