@@ -150,18 +150,20 @@ TEST_F(Pkcs12, CallsInOrderAndMoves) {
   const std::string decrypt = "decrypt A1 A2/2000/B1 B2 B3 ";
   EXPECT_EQ(crypto.calls, "verify 06 06 2A 85 03 02 02 09 05 00/D1 D2/E1 E2/1 " + hex("verify") +
                               decrypt + "C1 \n" + decrypt + "C2 \n" + decrypt + "C1 \n");
-  EXPECT_EQ(model.plain_bags.size(), 1u);  // what was there stays
+  EXPECT_EQ(model.plain_bags.size(), 1u);  // what was there is kept
   ASSERT_EQ(model.decrypted_data.size(), 3u);
   EXPECT_EQ(model.decrypted_data.back(), plaintexts["C2"]);
 
   static_assert(!std::is_copy_constructible_v<pkcs12_easy_t>);
   const std::string shown = show(model);
+  const pkcs12_bag_t* const node = &model.plain_bags.front();
   const char* const short_plaintext = model.decrypted_data.front().data();
   pkcs12_easy_t moved(std::move(model)), assigned;
   assigned.decrypted_data.emplace_back("dropped");
   assigned = std::move(moved);
   EXPECT_EQ(show(assigned), shown);
   EXPECT_EQ(show(assigned.mac.digest), "D1 D2");
+  EXPECT_EQ(&assigned.plain_bags.front(), node);
   EXPECT_EQ(assigned.decrypted_data.front().data(), short_plaintext);
 
   model = pkcs12_easy_t();

@@ -100,19 +100,18 @@ bool left_on_stack(const std::function<void()>& action) {
 
 enum class answer_t { yes, no, thrown };
 
-// Decrypts to one text, of which it may cut off the end, and "encrypts" to as many 'x'.
-struct fake_crypto_t : pbe_crypto_t {
-  explicit fake_crypto_t(answer_t what) : answer_(what) {}
-
-  std::string text;
-  std::size_t cut = 0;
+// Decrypts to one text, of which it cuts off the end, and "encrypts" to as many 'x'.
+class fake_crypto_t : public pbe_crypto_t {
+ public:
+  explicit fake_crypto_t(answer_t answer, const std::string& text = {}, std::size_t cut = 0)
+      : answer_(answer), text_(text), cut_(cut) {}
 
   bool verify_mac(const pkcs12_mac_t&, const unsigned char*, unsigned) override { return true; }
   bool compute_mac(const unsigned char*, unsigned, pkcs12_mac_t&) override { return false; }
   bool decrypt(const pkcs5_pbe_gost_t&, const unsigned char*, unsigned,
                std::string& plaintext) override {
-    plaintext.assign(text);
-    plaintext.resize(text.size() - cut);
+    plaintext.assign(text_);
+    plaintext.resize(text_.size() - cut_);
     return answer();
   }
   bool encrypt(const unsigned char*, unsigned size, pkcs5_pbe_gost_t&,
@@ -123,12 +122,11 @@ struct fake_crypto_t : pbe_crypto_t {
 
  private:
   const answer_t answer_;
+  const std::string text_;
+  const std::size_t cut_;
 
   bool answer() const {
-    if (answer_ == answer_t::thrown) {
-      throw std::exception();
-    }
-    return answer_ == answer_t::yes;
+    return answer_ == answer_t::thrown ? throw std::exception() : answer_ == answer_t::yes;
   }
 };
 
@@ -166,9 +164,7 @@ TEST(Wipe, ReadPlaintexts) {
       {"refused SafeContents", part, secrets(9), 0, answer_t::no},
   };
   for (const auto& c : cases) {
-    fake_crypto_t crypto(c.answer);
-    crypto.text = c.plaintext;
-    crypto.cut = c.cut;
+    fake_crypto_t crypto(c.answer, c.plaintext, c.cut);
     const auto read_and_move = [&] {
       pkcs12_easy_t filled, other;
       asn_read_pkcs12_easy(c.in.data(), c.in.size(), &crypto, filled);
@@ -182,10 +178,11 @@ TEST(Wipe, ReadPlaintexts) {
 
 // What the library writes is the caller's, and is kept until the watch is over.
 TEST(Wipe, Writes) {
-  const std::string small = secrets(2), large = secrets(9000);
+  const std::string small = secrets(2), large = secrets(9000), name(300, 'n');
   pkcs12_easy_t model;
-  for (const std::string* key : {&small, &large, &small, &large, &small, &small}) {
-    model.encrypted_bags.push_back({PKCS12_BAG_KEY, view(*key), {}, {}});
+  for (unsigned i = 0; i < 3; ++i) {
+    model.encrypted_bags.push_back({PKCS12_BAG_KEY, view(small), {}, {}});
+    model.encrypted_bags.push_back({PKCS12_BAG_KEY, view(large), view(name), {}});
   }
   std::list<std::string> outs;
   for (const std::string& key : {small, large}) {
