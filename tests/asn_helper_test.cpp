@@ -290,6 +290,7 @@ TEST(Readers, Cases) {
       {read_pss, "30 04 A1 02 31 00", "0"},
       {read_pss, "30 0A A2 03 02 01 20 A3 03 02 01 01", "2"},
       {read_pss, "30 03 A2 01 20", "0"},
+      {read_pss, "30 04 A2 02 04 00", "0"},
       {read_pss, "30 04 A3 02 04 00", "0"},
       {read_pss, "30 06 A3 02 02 00 A0 00", "2"},  // too late to be seen
   };

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <sstream>
 
 #include "asn_oidmap_i.h"
@@ -152,19 +151,21 @@ TEST(OidMap, FirstEntryOfEachKeyWins) {
   EXPECT_EQ(map.handle->entries.size(), 4u);
 }
 
-// Keys that share beginnings, up to 400 bytes long, among many: each finds its own and no other.
+// Keys that share beginnings, up to 400 bytes long, among many, and all of them once more: each
+// finds its own first entry and no other.
 TEST(OidMap, FindsEachOfMany) {
-  std::vector<std::array<std::string, 3>> keys;
-  std::string arcs, text;
+  std::vector<std::pair<std::string, std::string>> keys;
+  std::string arcs, text, again;
   for (unsigned i = 0; i < 1400; ++i) {
     arcs += i % 7 == 0 ? ".200" : "";
     const char tail = static_cast<char>('0' + i % 7);
-    keys.push_back({"1.3" + arcs + "." + tail, std::string(i / 7, 'X') + "Y" + tail, ""});
-    text += keys.back()[0] + "=" + std::string(i / 7, 'x') + "y" + tail + "\n";
+    keys.emplace_back("1.3" + arcs + "." + tail, std::string(i / 7, 'X') + "Y" + tail);
+    text += keys.back().first + "=" + std::string(i / 7, 'x') + "y" + tail + "\n";
+    again += keys.back().first + "=" + keys.back().second + ", later\n";
   }
-  const map_t map{exact_t(text)};
-  for (const auto& [dotted, name, ln] : keys) {
-    const std::string entry = dotted + "|" + name + "|" + ln;
+  const map_t map{exact_t(text + again)};
+  for (const auto& [dotted, name] : keys) {
+    const std::string entry = dotted + "|" + name + "|";
     ASSERT_EQ(by_asn(map.handle, dotted), entry);
     ASSERT_EQ(by_str(map.handle, dotted), entry);
     ASSERT_EQ(by_sn(map.handle, name), entry);
