@@ -1,36 +1,24 @@
 // PKCS#5, PKCS#8 and PKCS#12. Every input goes to every reader; what is read is written and read
-// again. "Encryption" is an exclusive-or with the first byte of the salt, so that the fuzzer itself
-// can write the inner layers; a salt that begins with FF is refused, one of two bytes gives a
-// plaintext that breaks off.
+// again. The salt steers the toy cryptography, so that the fuzzer itself can write inner layers,
+// have them refused, or have their plaintext break off.
 
 #include <vector>
 
+#include "../bench/plain_crypto.h"
 #include "laws.h"
-#include "pkcs12_helper.h"
 
 namespace {
 
-class toy_crypto_t : public pbe_crypto_t {
+class toy_crypto_t : public PlainCrypto {
  public:
   bool verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, unsigned size) override {
     law(bytes_of(blob_t{size, data}).size() == size);  // all of them can be read
     return mac.mac_salt.size == 0 || mac.mac_salt.data[0] != 0xFF;
   }
-  bool compute_mac(const unsigned char*, unsigned, pkcs12_mac_t&) override { return false; }
   bool decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
                std::string& plaintext) override {
-    const int key = pbe.salt.size == 0 ? 0 : pbe.salt.data[0];
     plaintext.assign(data, data + (pbe.salt.size == 2 ? size / 2 : size));
-    for (char& c : plaintext) {
-      c = static_cast<char>(c ^ key);
-    }
-    return key != 0xFF;
-  }
-  bool encrypt(const unsigned char* data, unsigned size, pkcs5_pbe_gost_t& pbe,
-               std::string& ciphertext) override {
-    static constexpr unsigned char salt[] = {0x5A};
-    pbe.salt = {1, salt};
-    return decrypt(pbe, data, size, ciphertext);
+    return pbe.salt.size == 0 || pbe.salt.data[0] != 0xFF;
   }
 };
 
@@ -121,7 +109,7 @@ void check(const exact_t& input, Read read, Write write) {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int harness_containers(const std::uint8_t* data, std::size_t size) {
   const exact_t input(text_of(data, size));
   check<pkcs12_easy_t>(input, read_model, write_model);
   check<pkcs5_pbe_gost_t>(input, read_pbe, asn_write_pkcs5_pbe_gost);

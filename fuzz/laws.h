@@ -10,7 +10,17 @@
 #include "asn_reader.h"
 #include "test_util.h"
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+// Each becomes the entry point of one fuzzer; replay.cpp runs them all.
+extern "C" {
+int harness_containers(const std::uint8_t* data, std::size_t size);
+int harness_elements(const std::uint8_t* data, std::size_t size);
+int harness_keys(const std::uint8_t* data, std::size_t size);
+int harness_name_to_text(const std::uint8_t* data, std::size_t size);
+int harness_oids(const std::uint8_t* data, std::size_t size);
+int harness_t61(const std::uint8_t* data, std::size_t size);
+int harness_text_to_name(const std::uint8_t* data, std::size_t size);
+int harness_times(const std::uint8_t* data, std::size_t size);
+}
 
 inline void law(bool holds) {
   if (!holds) {

@@ -34,7 +34,7 @@ void check(const exact_t& der, oid_map_handle_t map) {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int harness_name_to_text(const std::uint8_t* data, std::size_t size) {
   const exact_t der(text_of(data, size));
   check(der, OID_MAP_HANDLE_DEFAULT);
   check(der, nullptr);

@@ -59,7 +59,7 @@ void check_map(const exact_t& input) {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int harness_oids(const std::uint8_t* data, std::size_t size) {
   const exact_t input(text_of(data, size));
   std::string text = "~";
   const bool printed = oid_asn_to_str_(input.data(), input.data() + input.size(), text);

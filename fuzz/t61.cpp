@@ -43,7 +43,7 @@ void check_codepage(std::string_view text, codepage_t source) {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int harness_t61(const std::uint8_t* data, std::size_t size) {
   std::string_view text = text_of(data, size);
   const unsigned number = take_number(text);
   check_t61(text, number & 0xFF);

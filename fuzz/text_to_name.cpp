@@ -50,7 +50,7 @@ void check_queries(const std::string& dn, const char* other) {
 
 }  // namespace
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int harness_text_to_name(const std::uint8_t* data, std::size_t size) {
   const std::string input = std::string(text_of(data, size)) + '\0';
   const std::string dn = input.c_str();
   check_queries(dn, input.c_str() + std::min(dn.size() + 1, input.size()));

@@ -3,7 +3,7 @@
 #include "int2str.h"
 #include "laws.h"
 
-int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+int harness_times(const std::uint8_t* data, std::size_t size) {
   std::string_view rest = text_of(data, size);
   const cert_time64_t high = take_number(rest);
   const cert_time64_t raw = high << 32 | take_number(rest);

@@ -4,13 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <new>
 
+#include "../../bench/plain_crypto.h"
 #include "asn_helper.h"
 #include "asn_printable.h"
 #include "asn_tag.h"
-#include "samples.h"
 #include "t61.h"
+#include "test_util.h"
 
 namespace {
 
@@ -45,13 +48,25 @@ void operator delete[](void* block, std::size_t) noexcept { release(block); }
 
 namespace {
 
+const unsigned char* data_of(const std::string& s) {
+  return reinterpret_cast<const unsigned char*>(s.data());
+}
+unsigned size_of(const std::string& s) {
+  return static_cast<unsigned>(s.size());
+}
+std::string read_file(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
 const std::string dn = "CN=\\C3\\A9\\, x,O=\"" + std::string(2000, 'o') +
                        "\"+OU=a,1.2.643.100.1=#120131,C=a,C=b,C=c,C=d,C=e,C=f,C=g,C=h,C=i,C=j";
 const std::string name = der(0x30, der(0x31, der(0x30, from_hex("06 03 55 04 03 14 03 C2 65 61"))) +
                                        der(0x31, der(0x30, from_hex("06 01 2A 1E 02 04 41"))));
 const std::string map_text = "1.2.3 = X, a long name that does not fit into a short string\n1.2=Y";
 const std::string bytes(2000, '\1');
-const std::string pfx = make_pfx(2, bytes);
+const blob_t blob{size_of(bytes), data_of(bytes)};
+const std::string pfx = read_file(CORPUS "/containers/pfx_full");
 const std::string old_text(64, '~');
 const oid_map_handle_t map = OID_MAP_HANDLE_DEFAULT;
 
@@ -111,19 +126,19 @@ const operation_t operations[] = {
      }},
     {"PBES2", replaces,
      [](std::string& out) {
-       asn_write_pkcs5_pbe_gost({blob_of(bytes), 1, blob_of(bytes)}, out);
+       asn_write_pkcs5_pbe_gost({blob, 1, blob}, out);
      }},
     {"PKCS#8", replaces,
      [](std::string& out) {
-       asn_write_pkcs8_pki_gost({PKCS8_GOST_2001, blob_of(bytes)}, out);
+       asn_write_pkcs8_pki_gost({PKCS8_GOST_2001, blob}, out);
      }},
     {"PKCS#8 encrypted", replaces,
      [](std::string& out) {
-       asn_write_pkcs8_encrypted_pki_gost({{}, blob_of(bytes)}, out);
+       asn_write_pkcs8_encrypted_pki_gost({{}, blob}, out);
      }},
     {"PKCS#12", replaces,
      [](std::string& out) {
-       copying_crypto_t crypto;
+       PlainCrypto crypto;
        pkcs12_easy_t model;
        ASSERT_TRUE(asn_read_pkcs12_easy(data_of(pfx), size_of(pfx), &crypto, model));
        asn_write_pkcs12_easy(model, &crypto, out);
