@@ -53,7 +53,7 @@ def test_runs(root=CA + "ISRG_Root_X1.crt"):
             ("name nosuch", "", 1, "", "nosuch: No such file"),
             ("name .", "", 1, "", ".: Is a directory"),
             ("name -", pem.replace("MIIF", "MIIE"), 1, "", "-: not a certificate"),
-            ("name -", pem.replace("=\n", "*\n"), 1, "", "-: the PEM block CERTIFICATE is not base64"),
+            ("name -", pem.replace("=\n", "*\n") + pem, 1, SUBJECT, "-: certificate 1: the PEM block is"),
             ("name -", pem.replace("CERTIFICATE", "X509 CRL"), 1, "", "-: holds no certificate"),
             ("name cut", "", 1, "", "cut: the PEM block CERTIFICATE has no end"),
             ("dn CN=a\\,b\\0A\\E2\\80\\AE", "", 0, "CN=a\\,b\\0A\\E2\\80\\AE\n", ""),

@@ -111,11 +111,7 @@ std::vector<input_block_t> split_pem(const std::string& file, std::string_view t
     if (end == std::string::npos) {
       throw input_error(file, "the PEM block " + label + " has no end");
     }
-    const std::string der = decode_base64(std::string(text.substr(line_end, end - line_end)));
-    if (der.empty()) {
-      throw input_error(file, "the PEM block " + label + " is not base64");
-    }
-    blocks.push_back({label, der});
+    blocks.push_back({label, decode_base64(std::string(text.substr(line_end, end - line_end)))});
     at = find_line(text, pem_begin, end);
   }
   return blocks;
@@ -226,6 +222,9 @@ void for_each_certificate(
         blocks.size() == 1 ? file : file + ": certificate " + std::to_string(count);
     attempt([&] {
       certificate_t certificate;
+      if (block.der.empty()) {
+        throw input_error(where, "the PEM block is not base64");
+      }
       if (!read_certificate(block.der, &certificate)) {
         throw input_error(where, "not a certificate, or a damaged one");
       }
