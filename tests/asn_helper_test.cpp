@@ -157,29 +157,11 @@ TEST(Algorithms, OtherOids) {
 }
 
 TEST(DigestInfo, Written) {
-  const struct {
-    pki_alg_t alg;
-    unsigned size;
-    const char* prefix;
-  } cases[] = {
-      // the first seven as RFC 8017, 9.2, lists them
-      {0x00070000, 16, "30 20 30 0C 06 08 2A 86 48 86 F7 0D 02 02 05 00 04 10"},
-      {0x00080000, 16, "30 20 30 0C 06 08 2A 86 48 86 F7 0D 02 05 05 00 04 10"},
-      {0x00020000, 20, "30 21 30 09 06 05 2B 0E 03 02 1A 05 00 04 14"},
-      {0x00030000, 28, "30 2D 30 0D 06 09 60 86 48 01 65 03 04 02 04 05 00 04 1C"},
-      {0x00040000, 32, "30 31 30 0D 06 09 60 86 48 01 65 03 04 02 01 05 00 04 20"},
-      {0x00050000, 48, "30 41 30 0D 06 09 60 86 48 01 65 03 04 02 02 05 00 04 30"},
-      {0x00060000, 64, "30 51 30 0D 06 09 60 86 48 01 65 03 04 02 03 05 00 04 40"},
-      {0x00090000, 32, "30 2E 30 0A 06 06 2A 85 03 02 02 09 05 00 04 20"},
-      {0x00040000, 0, "30 11 30 0D 06 09 60 86 48 01 65 03 04 02 01 05 00 04 00"},
-      {0x00040001, 2, "30 0A 30 04 06 00 05 00 04 02"},  // no digest's code: an empty OID
-      {0x00020000, 128, "30 81 8E 30 09 06 05 2B 0E 03 02 1A 05 00 04 81 80"},
-  };
-  for (const auto& c : cases) {
-    std::string digest(c.size, '\xD5');
-    const std::string expected = from_hex(c.prefix) + digest;
-    asn_add_alg_to_digest(digest, c.alg);
-    EXPECT_EQ(to_hex(digest), to_hex(expected));
+  for (const auto& row : data_rows(TEST_DATA "digest_info.txt")) {
+    std::string digest(std::stoul(row.at(1)), '\xD5');
+    const std::string expected = from_hex(row.at(2)) + digest;
+    asn_add_alg_to_digest(digest, static_cast<pki_alg_t>(std::stoul(row.at(0), nullptr, 16)));
+    EXPECT_EQ(to_hex(digest), to_hex(expected)) << row[0];
   }
 }
 
@@ -243,60 +225,13 @@ std::string read_pss(const exact_t& in) {
 }
 
 TEST(Readers, Cases) {
-  const struct {
-    std::string (*read)(const exact_t&);
-    const char* input;
-    const char* result;
-  } cases[] = {
-      {read_digest, "30 0D 30 07 06 03 2A 03 04 05 00 04 02 AA BB", "2A 03 04"},
-      {read_digest, "30 0D 30 07 06 03 2A 03 04 0C 00 04 00 FF FF FF", "2A 03 04"},
-      {read_digest, "30 09 30 05 06 03 2A 03 04 04 00", "!2A 03 04"},        // no parameters
-      {read_digest, "30 09 30 07 06 03 2A 03 04 05 00 04 00", "!2A 03 04"},  // no digest
-      {read_digest, "30 0B 30 07 04 03 2A 03 04 05 00 04 00", "!"},
-      {read_pubkey, "30 0C 30 05 06 01 2A 05 00 03 03 00 AA BB", "2A|05 00|AA BB|"},
-      {read_pubkey, "30 0D 30 05 06 01 2A 05 00 FF 03 03 00 AA BB", "!"},
-      {read_pubkey, "30 08 30 03 06 01 2A 03 01 07", "2A|||"},
-      {read_pubkey, "30 07 30 03 06 01 2A 03 00", "!"},              // no unused-bits byte
-      {read_pubkey, "30 05 30 03 06 01 2A 03 02 00 AA", "2A||AA|"},  // beyond the SEQUENCE
-      {read_pubkey, "30 84 FF FF FF FA", "!"},
-      {read_rsa, "30 09 02 02 00 C3 02 03 01 00 01", "C3|01 00 01|"},
-      {read_rsa, "30 09 02 03 00 00 01 02 02 00 03", "01|00 03|"},
-      {read_rsa, "30 06 02 01 00 02 01 03", "00|03|"},
-      {read_rsa, "30 07 02 02 00 00 02 01 03", "00|03|"},
-      {read_rsa, "30 03 02 01 05 02 01 03", "05|03|"},  // beyond the SEQUENCE
-      {read_gost, "30 12 30 0B 06 01 2A 30 06 06 01 03 06 01 04 03 03 00 04 00",
-       "06 01 03|06 01 04|||"},
-      {read_gost, "30 17 30 0E 06 01 2A 30 09 06 01 03 06 01 04 06 01 05 03 05 00 04 02 AA BB",
-       "06 01 03|06 01 04|06 01 05|AA BB|"},
-      {read_gost, "30 17 30 0E 06 01 2A 30 09 06 01 03 06 01 04 06 02 05 03 05 00 04 02 AA BB",
-       "06 01 03|06 01 04||AA BB|"},  // a malformed third set is no set
-      {read_gost, "30 0F 30 08 06 01 2A 30 03 06 01 03 03 03 00 04 00", "!"},
-      {read_gost, "30 0A 30 03 06 01 2A 03 03 00 04 00", "!"},
-      {read_dsa, "30 08 02 02 00 05 02 02 00 06", "00 05|00 06|"},
-      {read_dsa, "30 03 02 01 05 02 01 06", "05|06|"},  // beyond the SEQUENCE
-      {read_dsa, "30 06 02 01 05 04 01 06", "!"},
-      {read_signalg, "30 05 06 03 2A 03 04 05 00 FF", "2A 03 04|05 00 FF|"},  // all that follows
-      {read_signalg, "30 03 02 01 05", "!"},
-      {read_pss, "", "2"},
-      {read_pss, "30 00 FF", "2"},
-      {read_pss, "05 00", "0"},
-      {read_pss, "30 11 A0 0F 30 0D 06 09 60 86 48 01 65 03 04 02 01 05 00", "4"},
-      {read_pss, "30 11 A0 0F 30 0D 06 09 60 86 48 01 65 03 04 02 01 05 01", "0"},
-      {read_pss, "30 0E A0 0C 30 0A 06 08 2A 86 48 86 F7 0D 02 05", "8"},     // MD5
-      {read_pss, "30 0F A0 0D 30 0B 06 09 2B 06 01 04 01 A4 79 01 05", "9"},  // flavour cleared
-      {read_pss, "30 07 A0 05 30 03 06 01 2A", "0"},
-      {read_pss, "30 04 A0 02 30 00", "0"},
-      {read_pss, "30 04 A1 02 30 00", "2"},
-      {read_pss, "30 04 A1 02 31 00", "0"},
-      {read_pss, "30 0A A2 03 02 01 20 A3 03 02 01 01", "2"},
-      {read_pss, "30 03 A2 01 20", "0"},
-      {read_pss, "30 04 A2 02 04 00", "0"},
-      {read_pss, "30 04 A3 02 04 00", "0"},
-      {read_pss, "30 06 A3 02 02 00 A0 00", "2"},  // too late to be seen
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(c.read(exact_t(from_hex(c.input))), c.result) << c.input;
-    for_each_damaged(from_hex(c.input), c.read);
+  const std::map<std::string, std::string (*)(const exact_t&)> readers = {
+      {"digest", read_digest}, {"pubkey", read_pubkey},   {"rsa", read_rsa}, {"gost", read_gost},
+      {"dsa", read_dsa},       {"signalg", read_signalg}, {"pss", read_pss}};
+  for (const auto& row : data_rows(TEST_DATA "readers.txt")) {
+    const auto read = readers.at(row.at(0));
+    EXPECT_EQ(read(exact_t(from_hex(row.at(1)))), row.at(2)) << row[0] << ": " << row[1];
+    for_each_damaged(from_hex(row[1]), read);
   }
 }
 

@@ -6,10 +6,13 @@
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
+#include <fstream>
 #include <iterator>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Bytes from hex digits; everything that is no hex digit is a separator: from_hex("30 03 02 01
 // FF").
@@ -66,6 +69,24 @@ inline std::string der(unsigned char tag, const std::string& content) {
     length.insert(length.begin(), static_cast<char>(0x80 | length.size()));
   }
   return static_cast<char>(tag) + length + content;
+}
+
+// The rows of a file of tests/data: fields with " | " between, lines that begin with '#' left out.
+inline std::vector<std::vector<std::string>> data_rows(const char* path) {
+  std::ifstream in(path);
+  std::vector<std::vector<std::string>> rows;
+  for (std::string line; std::getline(in, line);) {
+    if (line[0] == '#') {
+      continue;
+    }
+    std::vector<std::string>& row = rows.emplace_back();
+    std::size_t begin = 0;
+    for (std::size_t end; (end = line.find(" | ", begin)) != std::string::npos; begin = end + 3) {
+      row.push_back(line.substr(begin, end - begin));
+    }
+    row.push_back(line.substr(begin));
+  }
+  return rows.empty() ? throw std::runtime_error(path) : rows;
 }
 
 // The content octets of a dotted OID.
