@@ -4,9 +4,10 @@
 // reserved for the header, which is rewritten against the content after every append. Nest elements
 // by finishing the child and appending it to its parent:
 //
-//   asn_tag_t_<16> oid(asn_tag_t::OID, content, 3);
-//   asn_tag_t_<32> sequence(asn_tag_t::SEQUENCE);
-//   sequence.append_tag(oid);
+//   asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
+//   algorithm.append_element(asn_tag_t::OID, oid, sizeof oid);
+//   asn_tag_t_<64> sequence(asn_tag_t::SEQUENCE);
+//   sequence.append_tag(algorithm);
 //   der.assign(reinterpret_cast<const char*>(sequence.encoded()), sequence.encoded_size());
 //
 // Lengths are always minimal. Every operation that grows the buffer throws std::bad_alloc when
@@ -96,6 +97,21 @@ class asn_tag_t_ : public asn_tag_fields_t_<N> {
     append_bytes(child.encoded(), child.encoded_size());
   }
 
+  // append_element appends an element with `count` bytes of `content`: what append_tag does with a
+  // builder of them, without one.
+  void append_element(unsigned char identifier, const void* content, unsigned count) {
+    const unsigned header = header_size(count);
+    if (count > std::numeric_limits<unsigned>::max() - header) {
+      throw std::bad_alloc();
+    }
+    reserve(header + count);
+    unsigned char* begin = buf + header_room + len + header;
+    put_header(identifier, count, begin);
+    std::copy_n(static_cast<const unsigned char*>(content), count, begin);
+    len += header + count;
+    write_header();
+  }
+
   // reset makes this an empty element again, with another identifier, and keeps its buffer.
   void reset(unsigned char identifier) {
     tag = identifier;
@@ -137,20 +153,36 @@ class asn_tag_t_ : public asn_tag_fields_t_<N> {
     }
   }
 
-  // Identifier and length, ending right before the content.
-  void write_header() {
-    unsigned char* p = buf + header_room - 1;
-    if (len < 0x80) {
-      *p = static_cast<unsigned char>(len);
+  static unsigned header_size(unsigned content) {
+    unsigned size = 2;
+    if (content >= 0x80) {
+      for (; content != 0; content >>= 8) {
+        ++size;
+      }
+    }
+    return size;
+  }
+
+  // Writes identifier and minimal length right before `content`; returns where they begin.
+  static unsigned char* put_header(unsigned char identifier, unsigned count,
+                                   unsigned char* content) {
+    unsigned char* p = content - 1;
+    if (count < 0x80) {
+      *p = static_cast<unsigned char>(count);
     } else {
       const unsigned char* last = p;
-      for (unsigned rest = len; rest != 0; rest >>= 8) {
-        *p-- = static_cast<unsigned char>(rest);
+      for (; count != 0; count >>= 8) {
+        *p-- = static_cast<unsigned char>(count);
       }
       *p = static_cast<unsigned char>(0x80 | (last - p));
     }
-    *--p = tag;
-    size = static_cast<unsigned>(buf + header_room - p) + len;
+    *--p = identifier;
+    return p;
+  }
+
+  void write_header() {
+    unsigned char* content = buf + header_room;
+    size = static_cast<unsigned>(content - put_header(tag, len, content)) + len;
   }
 };
 

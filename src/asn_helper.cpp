@@ -93,7 +93,8 @@ constexpr pki_oid_ref_t ref(const unsigned char (&bytes)[N]) {
   return {bytes, N};
 }
 
-// In every map the first match wins: plain forms stand before CryptoPro's, which share their OIDs.
+// D14: in every map the first match wins. Plain forms stand before CryptoPro's, which share their
+// OIDs.
 // clang-format off
 
 constexpr alg_oid_t digest_map[] = {
@@ -301,13 +302,11 @@ pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned len) {
 void asn_add_alg_to_digest(std::string& digest, pki_alg_t alg) {
   const pki_oid_ref_t* oid = PKI_HASH_ALG_TO_OID(alg);
   asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
-  algorithm.append_tag(asn_tag_t_<16>(asn_tag_t::OID, oid->data, oid->size));
-  algorithm.append_tag(asn_tag_t_<8>(asn_tag_t::NULL_TAG));
-  const asn_tag_t_<64> octets(asn_tag_t::OCTET_STRING, digest.data(),
-                              static_cast<unsigned>(digest.size()));
+  algorithm.append_element(asn_tag_t::OID, oid->data, oid->size);  // D15: empty for no digest
+  algorithm.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
   asn_tag_t_<128> digest_info(asn_tag_t::SEQUENCE);
   digest_info.append_tag(algorithm);
-  digest_info.append_tag(octets);
+  digest_info.append_element(asn_tag_t::OCTET_STRING, digest.data(), size32_(digest));
   assign_tag_(digest, digest_info);
 }
 
@@ -324,7 +323,7 @@ bool asn_read_alg_from_digest(asn_algorid_t* alg, const std::string& digest_info
     return false;
   }
   alg->oid = asn1_view_(element);
-  return asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &element) &&
+  return asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &element) &&  // D16: not optional
          asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &info, &element);
 }
 
@@ -347,11 +346,11 @@ bool asn_read_pubkey(const unsigned char* p, long n, asn_pubkey_t& out) {
   }
   out.alg = asn1_view_(element);
   out.params = asn1_view_(algorithm);
-  asn_iter_t rest = asn1_range_(info.ptr, p + n);  // not bounded by the SEQUENCE
+  asn_iter_t rest = asn1_range_(info.ptr, p + n);  // D17: not bounded by the SEQUENCE
   if (!asn1_read_tag_i_(asn_tag_t::BIT_STRING, &rest, &element) || element.len == 0) {
     return false;
   }
-  out.key = {element.len - 1, element.ptr + 1};
+  out.key = {element.len - 1, element.ptr + 1};  // D18: whatever the first byte says
   return true;
 }
 
@@ -369,7 +368,7 @@ bool asn_read_rsa_pubkey(const asn_pubkey_t& pk, asn_rsa_pubkey_t& out) {
     --integer.len;
   }
   out.modulus = asn1_view_(integer);
-  asn_iter_t rest = asn1_range_(key.ptr, pk.key.data + pk.key.size);
+  asn_iter_t rest = asn1_range_(key.ptr, pk.key.data + pk.key.size);  // D17
   if (!asn1_read_tag_i_(asn_tag_t::INTEGER, &rest, &integer)) {
     return false;
   }
@@ -399,7 +398,7 @@ bool asn_read_gost_pubkey(const asn_pubkey_t& pk, asn_gost_pubkey_t& out) {
       !read_oid_element(&params, out.digest_param_set)) {
     return false;
   }
-  if (!read_oid_element(&params, out.encryption_param_set)) {
+  if (!read_oid_element(&params, out.encryption_param_set)) {  // D19
     out.encryption_param_set = {};
   }
   asn_iter_t bits = asn1_iter_(pk.key);
@@ -423,7 +422,7 @@ bool asn_read_dsa_certsign(const unsigned char* p, unsigned n, asn_dsa_certsign_
     return false;
   }
   out.r = asn1_view_(integer);
-  asn_iter_t rest = asn1_range_(value.ptr, p + n);
+  asn_iter_t rest = asn1_range_(value.ptr, p + n);  // D17
   if (!asn1_read_tag_i_(asn_tag_t::INTEGER, &rest, &integer)) {
     return false;
   }
@@ -440,7 +439,7 @@ bool asn_read_ike_signalg(const unsigned char* p, unsigned n, asn_ike_signalg_t&
     return false;
   }
   out.oid = asn1_view_(oid);
-  out.params = asn1_view_(asn1_range_(algorithm.ptr, p + n));
+  out.params = asn1_view_(asn1_range_(algorithm.ptr, p + n));  // D17
   return true;
 }
 
@@ -506,5 +505,5 @@ pki_alg_t asn_ike_signalg_t::to_pki_alg() const {
     return sha1_rsassa_pss;
   }
   const pki_alg_t digest = PKI_OID_TO_HASH_ALG(hash.data, hash.size);
-  return digest == 0 ? 0 : (digest & 0x00FFFFFD) | rsassa_pss;
+  return digest == 0 ? 0 : (digest & 0x00FFFFFD) | rsassa_pss;  // D20: named or not
 }

@@ -21,8 +21,9 @@ namespace {
 enum : unsigned char {
   not_printable = 1,  // outside PrintableString's alphabet
   not_ascii = 2,
-  is_special = 4,  // one of the nine that a backslash must escape
+  is_special = 4,  // D27: one of the nine that a backslash must escape
   is_end = 8,      // the terminating zero
+  ends_name = 16,  // '=', a blank or the terminating zero
 };
 
 constexpr bool is_one_of(const char* set, char c) {
@@ -44,7 +45,8 @@ struct byte_classes_t {
                              (c >= '0' && c <= '9') || is_one_of(" '()+,-./:=?", c);
       of[i] = static_cast<unsigned char>(
           (printable ? 0 : not_printable) | (i >= 0x80 ? not_ascii : 0) |
-          (is_one_of("\"#+,;<=>\\", c) ? is_special : 0) | (i == 0 ? is_end : 0));
+          (is_one_of("\"#+,;<=>\\", c) ? is_special : 0) | (i == 0 ? is_end : 0) |
+          (i == 0 || is_one_of("= \t", c) ? ends_name : 0));
     }
   }
 };
@@ -64,9 +66,8 @@ const char* skip_blanks(const char* p) {
   return p;
 }
 
-// The first '=', blank or terminating zero.
 const char* find_name_end(const char* p) {
-  while (*p != '=' && *p != ' ' && *p != '\t' && *p != 0) {
+  while ((class_of(*p) & ends_name) == 0) {
     ++p;
   }
   return p;
@@ -77,10 +78,9 @@ const char* find_name_end(const char* p) {
 const char* find_value_end(const char* p, unsigned& classes) {
   bool quoted = false;
   for (;; ++p) {
-    const unsigned found = class_of(*p);
-    if ((found & (is_special | is_end)) == 0) {
+    unsigned found = class_of(*p);
+    for (; (found & (is_special | is_end)) == 0; found = class_of(*++p)) {
       classes |= found;
-      continue;
     }
     if (*p == 0) {
       return quoted ? nullptr : p;
@@ -112,7 +112,7 @@ class dn_splitter_t {
     if (*p_ != '=' || attribute.name_end == attribute.name_begin) {
       return false;
     }
-    attribute.value_begin = p_ + 1;
+    attribute.value_begin = p_ + 1;  // D35: blanks included
     value_classes_ = 0;
     attribute.value_end = find_value_end(p_ + 1, value_classes_);
     if (attribute.value_end == nullptr) {
@@ -206,7 +206,7 @@ bool printable_dn_contain_attrs(const char* dn, const char* attrs) {
     }
     if (c != *pattern) {
       pattern = component;
-      armed = false;
+      armed = false;  // D32: until the next comma, also when this was one
       continue;
     }
     ++pattern;
@@ -245,7 +245,7 @@ char* printable_dn_reverse(char* dn) {
   for (auto first = attributes.begin(); first != attributes.end();) {
     const auto next = std::find_if(first + 1, attributes.end(),
                                    [](const RDNdescr_t& a) { return !a.plus_joined; });
-    char* begin = at(first->name_begin);
+    char* begin = at(first->name_begin);  // D33: with the blanks before it
     while (begin != dn && (begin[-1] == ' ' || begin[-1] == '\t')) {
       --begin;
     }
@@ -313,7 +313,7 @@ bool append_t61(const asn_iter_t& content, const unsigned char* input_end, std::
 
 bool append_wide(const asn_iter_t& content, codepage_t source, std::string& out) {
   const CodepageConverter converter(source, CODEPAGE_UTF8);
-  const unsigned size = converter.output_size(content.ptr, content.len);
+  const unsigned size = converter.output_size(content.ptr, content.len);  // D31: 0 when empty too
   return size != 0 &&
          converter.convert(content.ptr, content.len, grow_string_(out, size), size) != 0;
 }
@@ -336,7 +336,7 @@ bool append_string(unsigned char identifier, const asn_iter_t& content,
     default:
       break;
   }
-  out.append(chars(content.ptr), content.len);
+  out.append(chars(content.ptr), content.len);  // D29: not checked
   return true;
 }
 
@@ -347,7 +347,7 @@ bool append_value(asn_iter_t rest, const unsigned char* input_end, std::string& 
   }
   const unsigned char identifier = *rest.ptr;
   if (!is_text(identifier)) {
-    out.push_back('#');
+    out.push_back('#');  // D28
     TO_HEX_STD_STRING(rest.ptr, rest.len, out, 0);
     return true;
   }
@@ -416,7 +416,7 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& ou
     return true;
   }
   const std::size_t base = out.size();
-  out.reserve(base + len);
+  reserve_string_(out, len);
   // Reverse order in linear time: every RDN is turned around where it stands, then all of them.
   const bool reverse = order == DN_ORDER_REVERSE;
   bool complete = true;
@@ -454,7 +454,7 @@ bool asn_oid_to_printable(const unsigned char* der, unsigned len, std::string& o
     return true;
   }
   const pki_alg_t alg = PKI_OID_TO_ALG(oid.ptr, oid.len);
-  if (alg == 0) {
+  if (alg == 0) {  // D24: appended, where a name replaces
     return oid_asn_to_str_(oid.ptr, oid.ptr + oid.len, out);
   }
   out.assign(I2S_PKI_ALG_T->getString(alg, "unknown"));
@@ -477,6 +477,7 @@ struct dn_value_t {
   std::size_t size;
 };
 
+// D37: from the bytes alone.
 unsigned char string_tag(unsigned classes) {
   if ((classes & not_ascii) != 0) {
     return utf8_string;
@@ -570,7 +571,7 @@ bool read_plain(const char* p, const char* end, std::string& scratch, dn_value_t
   return true;
 }
 
-// name = "value"   where only \" is an escape.
+// D36: name = "value"   where only \" is an escape.
 bool read_quoted(const char* p, const char* end, std::string& scratch, dn_value_t& value) {
   unescaped_t text(p, scratch);
   unsigned classes = 0;
@@ -591,7 +592,7 @@ bool read_quoted(const char* p, const char* end, std::string& scratch, dn_value_
   return true;
 }
 
-// name = #hex   of a DER element.
+// D38: name = #hex   of a DER element; bytes after it are dropped.
 bool read_hex(const char* p, const char* end, std::string& scratch, dn_value_t& value) {
   if (end - p < 4 || (end - p) % 2 != 0) {
     return false;
@@ -605,7 +606,7 @@ bool read_hex(const char* p, const char* end, std::string& scratch, dn_value_t& 
     scratch.push_back(byte);
   }
   const auto* der = reinterpret_cast<const unsigned char*>(scratch.data());
-  asn_iter_t input = {der, static_cast<unsigned>(scratch.size())};
+  asn_iter_t input = {der, size32_(scratch)};
   asn_iter_t content;
   if (!asn1_read_tag_i_(asn_tag_t::Type{*der}, &input, &content)) {
     return false;
@@ -632,19 +633,19 @@ bool read_value(const RDNdescr_t& attribute, unsigned classes, std::string& scra
   return read_plain(begin, end, scratch, value);
 }
 
-// The OID of an attribute's name, by the map or else as dotted text.
-bool append_oid(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<512>& oid) {
+// AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
+// The type is found in the map, or else spelled as a dotted OID.
+bool append_type(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<320>& pair) {
   const std::string_view name = name_of(attribute);
   const OIDdescr_t* entry =
-      map == nullptr ? nullptr
-                     : oid_map_find_sn(map, name.data(), static_cast<unsigned>(name.size()));
+      map == nullptr ? nullptr : oid_map_find_sn(map, name.data(), size32_(name.size()));
   if (entry != nullptr) {
-    oid.append_bytes(entry->oid_asn, entry->oid_asn_size);
+    pair.append_element(asn_tag_t::OID, entry->oid_asn, entry->oid_asn_size);
     return true;
   }
   unsigned char der[512];
   const unsigned size = oid_str_to_asn_(attribute.name_begin, attribute.name_end, der);
-  oid.append_bytes(der, size);
+  pair.append_element(asn_tag_t::OID, der, size);
   return size != 0;
 }
 
@@ -654,27 +655,21 @@ bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map)
   asn_tag_t_<1024> name(asn_tag_t::SEQUENCE);
   asn_tag_t_<512> rdn(asn_tag_t::SET);
   asn_tag_t_<320> pair(asn_tag_t::SEQUENCE);
-  asn_tag_t_<512> oid(asn_tag_t::OID);
-  asn_tag_t_<256> content(printable_string);
   std::string scratch;
   for (dn_splitter_t splitter(dn); splitter.more();) {
     RDNdescr_t attribute;
     dn_value_t value;
-    oid.reset(asn_tag_t::OID);
-    if (!splitter.next(attribute) || !append_oid(attribute, map, oid) ||
+    pair.reset(asn_tag_t::SEQUENCE);
+    if (!splitter.next(attribute) || !append_type(attribute, map, pair) ||
         !read_value(attribute, splitter.value_classes(), scratch, value)) {
       return false;
     }
-    content.reset(value.tag);
-    content.append_bytes(value.data, static_cast<unsigned>(value.size));
-    pair.reset(asn_tag_t::SEQUENCE);
-    pair.append_tag(oid);
-    pair.append_tag(content);
+    pair.append_element(value.tag, value.data, size32_(value.size));
     if (rdn.len != 0 && !attribute.plus_joined) {
       append_one_of_many_(name, rdn);
       rdn.reset(asn_tag_t::SET);
     }
-    append_one_of_many_(rdn, pair);
+    append_one_of_many_(rdn, pair);  // D39: in text order
   }
   if (rdn.len != 0) {
     append_one_of_many_(name, rdn);

@@ -15,7 +15,7 @@ const unsigned char* asn1_read_tag(asn_tag_t::Type type, const unsigned char* p,
 }
 
 bool asn_read_INTEGER(const void* p, unsigned n, unsigned& value, unsigned limit) {
-  if (n == 0) {
+  if (n == 0) {  // D5
     return true;
   }
   const auto* byte = static_cast<const unsigned char*>(p);

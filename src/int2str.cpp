@@ -161,7 +161,7 @@ std::string& CertTimeToStringGMT(cert_time64_t t, std::string& s) {
 std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& s) {
   tm fields;
   if (!unpack(t, fields)) {
-    return s.assign(zero_time);
+    return s.assign(zero_time);  // D22: replaced, not appended
   }
   s.clear();
   append_time(s, "%Y.%m.%d %H:%M:%S GMT", fields);
@@ -183,7 +183,7 @@ cert_time64_t CertTimeFromLogStringGMT(const std::string& text) {
   if (as_signed(year) <= 1899 || as_signed(month) <= 0 || as_signed(day) <= 0 || year > 0xFFFFFF) {
     return invalid_time;
   }
-  const auto byte = [](unsigned field) { return cert_time64_t{field & 0xFF}; };
+  const auto byte = [](unsigned field) { return cert_time64_t{field & 0xFF}; };  // D21
   return cert_time64_t{year} << 40 | byte(month - 1) << 32 | byte(day) << 24 | byte(hour) << 16 |
          byte(minute) << 8 | byte(second);
 }

@@ -6,19 +6,29 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <string>
 
 #include "asn_tag.h"
 
-// Appends `count` bytes for the caller to fill and returns the first. Throws std::bad_alloc,
-// whether memory runs out or the string cannot be that long.
-inline char* grow_string_(std::string& s, std::uint64_t count) {
-  const std::size_t old_size = s.size();
-  if (count > s.max_size() - old_size) {
+// The size of a string with `count` bytes more. Throws std::bad_alloc where no string is that long.
+inline std::size_t grown_size_(const std::string& s, std::uint64_t count) {
+  if (count > s.max_size() - s.size()) {
     throw std::bad_alloc();
   }
-  s.resize(old_size + static_cast<std::size_t>(count));
+  return s.size() + static_cast<std::size_t>(count);
+}
+
+// Makes room for `count` more bytes.
+inline void reserve_string_(std::string& s, std::uint64_t count) {
+  s.reserve(grown_size_(s, count));
+}
+
+// Appends `count` bytes for the caller to fill and returns the first.
+inline char* grow_string_(std::string& s, std::uint64_t count) {
+  const std::size_t old_size = s.size();
+  s.resize(grown_size_(s, count));
   return s.data() + old_size;
 }
 
@@ -45,9 +55,22 @@ inline void reverse_bytes_(char* begin, char* end) {
 template <unsigned N, unsigned M>
 void append_one_of_many_(asn_tag_t_<N>& parent, const asn_tag_t_<M>& child) {
   if (parent.capacity - parent.len < std::uint64_t{child.size} + 6) {
-    parent.reserve(std::max(parent.len, child.size));
+    const bool may_double = parent.len < std::numeric_limits<unsigned>::max() / 4;
+    parent.reserve(may_double ? std::max(parent.len, child.size) : child.size);
   }
   parent.append_tag(child);
+}
+
+// The size of a string that must go into an element. Throws std::bad_alloc where it has no 32-bit
+// size.
+inline unsigned size32_(std::uint64_t size) {
+  if (size > std::numeric_limits<unsigned>::max()) {
+    throw std::bad_alloc();
+  }
+  return static_cast<unsigned>(size);
+}
+inline unsigned size32_(const std::string& s) {
+  return size32_(s.size());
 }
 
 // Replaces `out` with a finished element.

@@ -62,7 +62,7 @@ class plaintext_t {
 
 template <unsigned N, unsigned M>
 void append_oid(asn_tag_t_<N>& parent, const unsigned char (&oid)[M]) {
-  parent.append_tag(asn_tag_t_<32>(asn_tag_t::OID, oid, M));
+  parent.append_element(asn_tag_t::OID, oid, M);
 }
 
 // ---- PKCS#7 ContentInfo ----
@@ -101,11 +101,9 @@ bool asn_read_pkcs7_data(const unsigned char* der, unsigned len, blob_t& out) {
 
 void asn_write_pkcs7_ContentInfo(const unsigned char (&type)[9], const asn_tag_t_<0>& content,
                                  asn_tag_t_<0>& out) {
-  asn_tag_t_<0> wrapper(asn_tag_t::CONTEXT_0);
-  wrapper.append_tag(content);
   asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
   append_oid(info, type);
-  info.append_tag(wrapper);
+  info.append_element(asn_tag_t::CONTEXT_0, content.encoded(), content.encoded_size());
   out.append_tag(info);
 }
 
@@ -149,22 +147,21 @@ bool asn_read_pkcs12_MacData(const unsigned char* der, unsigned len, pkcs12_mac_
 namespace {
 
 void append_mac_data(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
-  asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
+  std::string iterations;
+  asn_write_INTEGER(mac.mac_iterations, iterations);
+
+  asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);  // D50: whatever mac.digest_alg says
   append_oid(algorithm, g_oid_GOSTR3411);
-  algorithm.append_tag(asn_tag_t_<8>(asn_tag_t::NULL_TAG));
+  algorithm.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
 
   asn_tag_t_<128> digest_info(asn_tag_t::SEQUENCE);
   digest_info.append_tag(algorithm);
-  digest_info.append_tag(asn_tag_t_<96>(asn_tag_t::OCTET_STRING, mac.digest.data, mac.digest.size));
+  digest_info.append_element(asn_tag_t::OCTET_STRING, mac.digest.data, mac.digest.size);
 
-  std::string iterations;
-  asn_write_INTEGER(mac.mac_iterations, iterations);
   asn_tag_t_<256> mac_data(asn_tag_t::SEQUENCE);
   mac_data.append_tag(digest_info);
-  mac_data.append_tag(
-      asn_tag_t_<64>(asn_tag_t::OCTET_STRING, mac.mac_salt.data, mac.mac_salt.size));
-  mac_data.append_tag(asn_tag_t_<16>(asn_tag_t::INTEGER, iterations.data(),
-                                     static_cast<unsigned>(iterations.size())));
+  mac_data.append_element(asn_tag_t::OCTET_STRING, mac.mac_salt.data, mac.mac_salt.size);
+  mac_data.append_element(asn_tag_t::INTEGER, iterations.data(), size32_(iterations));
   out.append_tag(mac_data);
 }
 
@@ -192,7 +189,7 @@ bool read_attributes(asn_iter_t attributes, pkcs12_bag_t& bag) {
         return false;
       }
       bag.friendly_name = asn1_view_(value);
-    } else if (asn_oid_equal_(asn1_view_(type), g_oid_pkcs9_at_localKeyId)) {
+    } else if (asn_oid_equal_(asn1_view_(type), g_oid_pkcs9_at_localKeyId)) {  // D52: the last wins
       if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &values, &value)) {
         return false;
       }
@@ -202,7 +199,7 @@ bool read_attributes(asn_iter_t attributes, pkcs12_bag_t& bag) {
   return true;
 }
 
-// A key that cannot be read or decrypted is left out.
+// D51: a key that cannot be read or decrypted is left out. D54: the others become plain keys.
 void read_shrouded_key(const asn_iter_t& value, pkcs12_easy_wrap_t& wrap, pkcs12_bag_t& bag) {
   pkcs8_encrypted_pki_gost_t key;
   plaintext_t plaintext;
@@ -220,7 +217,7 @@ void read_shrouded_key(const asn_iter_t& value, pkcs12_easy_wrap_t& wrap, pkcs12
 // CertBag ::= SEQUENCE { certId OBJECT IDENTIFIER, certValue [0] EXPLICIT OCTET STRING }
 bool read_certificate(asn_iter_t value, blob_t& certificate) {
   asn_iter_t cert_bag;
-  asn_iter_t cert_id;  // any kind of certificate is accepted
+  asn_iter_t cert_id;  // D52: any is accepted
   asn_iter_t wrapper;
   asn_iter_t octets;
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &value, &cert_bag) ||
@@ -247,7 +244,7 @@ bool read_bag(asn_iter_t safe_bag, bool encrypted, pkcs12_easy_wrap_t& wrap) {
       !asn1_read_tag_i_(asn_tag_t::SET, &safe_bag, &attributes)) {
     return false;
   }
-  // Attributes come before the kind: a malformed one is refused on a bag that would be skipped too.
+  // D51: a malformed attribute is refused on a bag that would be skipped, too.
   pkcs12_bag_t bag;
   if (!read_attributes(attributes, bag)) {
     return false;
@@ -289,19 +286,11 @@ bool asn_read_pkcs12_bags(const unsigned char* der, unsigned len, bool encrypted
 }
 
 // At least the encoded size of a bag: its parts, and all headers and OIDs at their longest.
+// Builders for bags get all their room at once, so that they outgrow no buffer with a key in it.
 std::uint64_t bag_room(const pkcs12_bag_t& bag) {
   constexpr unsigned headers_and_oids = 128;
   return std::uint64_t{bag.value.size} + bag.friendly_name.size + bag.local_key_id.size +
          headers_and_oids;
-}
-
-// Builders for bags get all their room at once, so that they outgrow no buffer with a key in it.
-template <unsigned N>
-void reserve_room(asn_tag_t_<N>& builder, std::uint64_t room) {
-  if (room > std::numeric_limits<unsigned>::max()) {
-    throw std::bad_alloc();
-  }
-  builder.reserve(static_cast<unsigned>(room));
 }
 
 template <unsigned N>
@@ -310,34 +299,37 @@ void append_attribute(asn_tag_t_<N>& attributes, const unsigned char (&type)[9],
   if (value.size == 0) {
     return;
   }
-  asn_tag_t_<128> values(asn_tag_t::SET);
-  values.append_tag(asn_tag_t_<128>(value_tag, value.data, value.size));
-  asn_tag_t_<128> attribute(asn_tag_t::SEQUENCE);
+  secret_tag_t_<128> values(asn_tag_t::SET);
+  values.append_element(value_tag, value.data, value.size);
+  secret_tag_t_<128> attribute(asn_tag_t::SEQUENCE);
   append_oid(attribute, type);
   attribute.append_tag(values);
   attributes.append_tag(attribute);
 }
 
+void append_certificate(const blob_t& certificate, asn_tag_t_<256>& safe_bag) {
+  secret_tag_t_<256> value(asn_tag_t::CONTEXT_0);
+  value.append_element(asn_tag_t::OCTET_STRING, certificate.data, certificate.size);
+  secret_tag_t_<256> cert_bag(asn_tag_t::SEQUENCE);
+  append_oid(cert_bag, g_oid_pkcs9_ct_x509Certificate);
+  cert_bag.append_tag(value);
+  safe_bag.append_element(asn_tag_t::CONTEXT_0, cert_bag.encoded(), cert_bag.encoded_size());
+}
+
 void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out) {
   secret_tag_t_<256> safe_bag(asn_tag_t::SEQUENCE);
-  reserve_room(safe_bag, bag_room(bag));
+  const unsigned room = size32_(bag_room(bag));
+  safe_bag.reserve(room);
   if (bag.type == PKCS12_BAG_KEY) {
     append_oid(safe_bag, g_oid_pkcs12_id_keyBag);
-    secret_tag_t_<128> value(asn_tag_t::CONTEXT_0);
-    value.append_bytes(bag.value.data, bag.value.size);
-    safe_bag.append_tag(value);
+    safe_bag.append_element(asn_tag_t::CONTEXT_0, bag.value.data, bag.value.size);
   } else if (bag.type == PKCS12_BAG_CERT) {
     append_oid(safe_bag, g_oid_pkcs12_id_certBag);
-    asn_tag_t_<256> wrapper(asn_tag_t::CONTEXT_0);
-    wrapper.append_tag(asn_tag_t_<256>(asn_tag_t::OCTET_STRING, bag.value.data, bag.value.size));
-    asn_tag_t_<256> cert_bag(asn_tag_t::SEQUENCE);
-    append_oid(cert_bag, g_oid_pkcs9_ct_x509Certificate);
-    cert_bag.append_tag(wrapper);
-    asn_tag_t_<256> value(asn_tag_t::CONTEXT_0);
-    value.append_tag(cert_bag);
-    safe_bag.append_tag(value);
+    append_certificate(bag.value, safe_bag);
   }
-  asn_tag_t_<256> attributes(asn_tag_t::SET);
+  // D53: nothing but the attributes for any other type.
+  secret_tag_t_<256> attributes(asn_tag_t::SET);
+  attributes.reserve(room - bag.value.size);
   append_attribute(attributes, g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING,
                    bag.friendly_name);
   append_attribute(attributes, g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING,
@@ -354,7 +346,7 @@ void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& o
     room += bag_room(bag);
   }
   secret_tag_t_<0> contents(asn_tag_t::SEQUENCE);
-  reserve_room(contents, room);
+  contents.reserve(size32_(room));
   for (const pkcs12_bag_t& bag : bags) {
     asn_write_pkcs12_bag(bag, contents);
   }
@@ -363,7 +355,8 @@ void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& o
 
 // ---- The easy API ----
 
-// A version is taken for `wanted` when it is one byte long, whatever that is, or begins with it.
+// D46: a version is taken for `wanted` when it is one byte long, whatever that is, or begins with
+// it.
 bool accepts_version(const asn_iter_t& version, unsigned char wanted) {
   return version.len == 1 || (version.len != 0 && *version.ptr == wanted);
 }
@@ -371,7 +364,7 @@ bool accepts_version(const asn_iter_t& version, unsigned char wanted) {
 // EncryptedData ::= SEQUENCE { version INTEGER, encryptedContentInfo SEQUENCE {
 //   contentType OBJECT IDENTIFIER, contentEncryptionAlgorithm AlgorithmIdentifier,
 //   encryptedContent [0] IMPLICIT OCTET STRING }, unprotectedAttrs ANY OPTIONAL }
-// What is not ours to decrypt is skipped: true.
+// D51: what is not ours to decrypt is skipped, without a failure.
 bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
   asn_iter_t input = asn1_iter_(content);
   asn_iter_t data;
@@ -398,7 +391,7 @@ bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
       !wrap.crypto->decrypt(pbe, ciphertext.ptr, ciphertext.len, plaintext.text())) {
     return true;
   }
-  const blob_t element = plaintext.view();
+  const blob_t element = plaintext.view();  // D48: not the SafeContents itself
   blob_t contents;
   if (!asn_read_pkcs7_data(element.data, element.size, contents) ||
       !asn_read_pkcs12_bags(contents.data, contents.size, true, wrap)) {
@@ -463,8 +456,8 @@ bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe_crypto_t* 
   if (!accepts_version(version, 3) ||
       !asn_read_pkcs7_ContentInfo(auth_safe.ptr, auth_safe.len, info) ||
       !asn_oid_equal_(info.content_type, g_oid_pkcs7_id_data) ||
-      !asn_read_pkcs12_MacData(mac_data.ptr, mac_data.len, out.mac) ||
-      !crypto->verify_mac(out.mac, info.content.data, info.content.size)) {
+      !asn_read_pkcs12_MacData(mac_data.ptr, mac_data.len, out.mac) ||       // D47: not optional
+      !crypto->verify_mac(out.mac, info.content.data, info.content.size)) {  // D49
     return false;
   }
   blob_t safes;
@@ -487,17 +480,17 @@ void append_encrypted_safe(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* cr
   std::string ciphertext;
   secret_tag_t_<0> contents(asn_tag_t::OCTET_STRING);
   asn_write_pkcs12_bags(bags, contents);
-  crypto->encrypt(contents.encoded(), contents.encoded_size(), pbe, ciphertext);
+  crypto->encrypt(contents.encoded(), contents.encoded_size(), pbe, ciphertext);  // D55
   std::string algorithm;
   asn_write_pkcs5_pbe_gost(pbe, algorithm);
   asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
   append_oid(info, g_oid_pkcs7_id_data);
-  info.append_bytes(algorithm.data(), static_cast<unsigned>(algorithm.size()));
-  info.append_tag(asn_tag_t_<0>(0x80, ciphertext.data(), static_cast<unsigned>(ciphertext.size())));
+  info.append_bytes(algorithm.data(), size32_(algorithm));
+  info.append_element(0x80, ciphertext.data(), size32_(ciphertext));
 
   static constexpr unsigned char version = 0;
   asn_tag_t_<0> data(asn_tag_t::SEQUENCE);
-  data.append_tag(asn_tag_t_<16>(asn_tag_t::INTEGER, &version, 1));
+  data.append_element(asn_tag_t::INTEGER, &version, 1);
   data.append_tag(info);
   asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, data, safes);
 }
@@ -520,8 +513,8 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
 
   static constexpr unsigned char version = 3;
   asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
-  pfx.append_tag(asn_tag_t_<16>(asn_tag_t::INTEGER, &version, 1));
+  pfx.append_element(asn_tag_t::INTEGER, &version, 1);
   asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, octets, pfx);
-  append_mac_data(has_mac ? computed : in.mac, pfx);
+  append_mac_data(has_mac ? computed : in.mac, pfx);  // D55
   assign_tag_(out, pfx);
 }

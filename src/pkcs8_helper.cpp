@@ -28,14 +28,9 @@ bool read_octets(asn_iter_t* cur, blob_t& octets) {
   return true;
 }
 
-template <unsigned N>
-void append_oid(asn_tag_t_<N>& parent, const unsigned char* oid, unsigned size) {
-  parent.append_tag(asn_tag_t_<16>(asn_tag_t::OID, oid, size));
-}
-
 template <unsigned N, unsigned M>
 void append_oid(asn_tag_t_<N>& parent, const unsigned char (&oid)[M]) {
-  append_oid(parent, oid, M);
+  parent.append_element(asn_tag_t::OID, oid, M);
 }
 
 // ---- PBES2 ----
@@ -46,7 +41,7 @@ void append_oid(asn_tag_t_<N>& parent, const unsigned char (&oid)[M]) {
 bool read_cipher(asn_iter_t* params, blob_t& cipher, blob_t& iv) {
   asn_iter_t scheme;
   asn_iter_t cipher_params;
-  blob_t param_set;  // any is accepted
+  blob_t param_set;  // D41: any is accepted
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, params, &scheme) && read_oid(&scheme, cipher) &&
          asn1_read_tag_i_(asn_tag_t::SEQUENCE, &scheme, &cipher_params) &&
          read_octets(&cipher_params, iv) && read_oid(&cipher_params, param_set);
@@ -72,14 +67,14 @@ bool read_kdf(asn_iter_t kdf, pkcs5_pbe_gost_t& out) {
     return false;
   }
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &params, &prf) || !read_oid(&prf, prf_oid) ||
-      !asn1_read_tag_i_(asn_tag_t::ANY, &prf, &ignored)) {
+      !asn1_read_tag_i_(asn_tag_t::ANY, &prf, &ignored)) {  // D42: not optional
     return false;
   }
   return asn_oid_equal_(kdf_oid, g_oid_PBKDF2) && asn_oid_equal_(prf_oid, g_oid_HMAC_GOSTR3411) &&
          asn_read_INTEGER(iterations.ptr, iterations.len, out.iterations, 0xFFFFFFFF);
 }
 
-// The content of AlgorithmIdentifier ::= SEQUENCE { scheme OBJECT IDENTIFIER, PBES2-params }
+// D43: the content of AlgorithmIdentifier ::= SEQUENCE { scheme OBJECT IDENTIFIER, PBES2-params }
 bool asn_read_pkcs5_PBES2(const unsigned char* der, unsigned len, pkcs5_pbe_gost_t& out) {
   asn_iter_t input = {der, len};
   asn_iter_t params;
@@ -104,16 +99,16 @@ bool asn_read_pkcs5_pbe_gost(const unsigned char* der, unsigned len, pkcs5_pbe_g
 }
 
 void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out) {
-  asn_tag_t_<32> prf(asn_tag_t::SEQUENCE);
-  append_oid(prf, g_oid_HMAC_GOSTR3411);
-  prf.append_tag(asn_tag_t_<8>(asn_tag_t::NULL_TAG));
-
   std::string iterations;
   asn_write_INTEGER(in.iterations, iterations);
+
+  asn_tag_t_<32> prf(asn_tag_t::SEQUENCE);
+  append_oid(prf, g_oid_HMAC_GOSTR3411);
+  prf.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
+
   asn_tag_t_<64> kdf_params(asn_tag_t::SEQUENCE);
-  kdf_params.append_tag(asn_tag_t_<40>(asn_tag_t::OCTET_STRING, in.salt.data, in.salt.size));
-  kdf_params.append_tag(asn_tag_t_<16>(asn_tag_t::INTEGER, iterations.data(),
-                                       static_cast<unsigned>(iterations.size())));
+  kdf_params.append_element(asn_tag_t::OCTET_STRING, in.salt.data, in.salt.size);
+  kdf_params.append_element(asn_tag_t::INTEGER, iterations.data(), size32_(iterations));
   kdf_params.append_tag(prf);
 
   asn_tag_t_<96> kdf(asn_tag_t::SEQUENCE);
@@ -121,7 +116,7 @@ void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out) {
   kdf.append_tag(kdf_params);
 
   asn_tag_t_<40> cipher_params(asn_tag_t::SEQUENCE);
-  cipher_params.append_tag(asn_tag_t_<16>(asn_tag_t::OCTET_STRING, in.iv.data, in.iv.size));
+  cipher_params.append_element(asn_tag_t::OCTET_STRING, in.iv.data, in.iv.size);
   append_oid(cipher_params, g_oid_encryptionParamSet);
 
   asn_tag_t_<64> cipher(asn_tag_t::SEQUENCE);
@@ -149,10 +144,10 @@ bool asn_read_pkcs8_priv_key_info(const unsigned char* der, unsigned len,
   asn_iter_t algorithm;
   asn_iter_t ignored;
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &info) &&
-         asn1_read_tag_i_(asn_tag_t::INTEGER, &info, &ignored) &&
+         asn1_read_tag_i_(asn_tag_t::INTEGER, &info, &ignored) &&  // D44: any version
          asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) &&
          read_oid(&algorithm, out.algorithm) &&
-         asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &ignored) &&
+         asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &ignored) &&  // D42
          read_octets(&info, out.private_key);
 }
 
@@ -209,24 +204,21 @@ bool asn_read_pkcs8_pki_gost(const unsigned char* der, unsigned len, pkcs8_pki_g
 void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
   const gost_kind_t kind = find_kind(in.key_alg);
   asn_tag_t_<32> params(asn_tag_t::SEQUENCE);
-  append_oid(params, kind.param_set.data, kind.param_set.size);
-  append_oid(params, g_id_GostR3411_94_CryptoProParamSet);
+  params.append_element(asn_tag_t::OID, kind.param_set.data, kind.param_set.size);
+  append_oid(params, g_id_GostR3411_94_CryptoProParamSet);  // D45: for every kind
 
   asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
-  append_oid(algorithm, kind.algorithm.data, kind.algorithm.size);
+  algorithm.append_element(asn_tag_t::OID, kind.algorithm.data, kind.algorithm.size);
   algorithm.append_tag(params);
 
   secret_tag_t_<64> octets(asn_tag_t::OCTET_STRING);
   octets.append_bytes(in.private_key.data, in.private_key.size);
-  secret_tag_t_<96> private_key(asn_tag_t::OCTET_STRING);
-  private_key.append_tag(octets);
 
   static constexpr unsigned char version = 0;
   secret_tag_t_<128> info(asn_tag_t::SEQUENCE);
-  info.reserve(algorithm.encoded_size() + private_key.encoded_size() + 3);
-  info.append_tag(asn_tag_t_<8>(asn_tag_t::INTEGER, &version, 1));
+  info.append_element(asn_tag_t::INTEGER, &version, 1);
   info.append_tag(algorithm);
-  info.append_tag(private_key);
+  info.append_element(asn_tag_t::OCTET_STRING, octets.encoded(), octets.encoded_size());
   assign_tag_(out, info);
 }
 
@@ -249,8 +241,7 @@ void asn_write_pkcs8_encrypted_pki_gost(const pkcs8_encrypted_pki_gost_t& in, st
   std::string algorithm;
   asn_write_pkcs5_pbe_gost(in.pbe, algorithm);
   asn_tag_t_<512> info(asn_tag_t::SEQUENCE);
-  info.append_bytes(algorithm.data(), static_cast<unsigned>(algorithm.size()));
-  info.append_tag(
-      asn_tag_t_<256>(asn_tag_t::OCTET_STRING, in.encrypted_data.data, in.encrypted_data.size));
+  info.append_bytes(algorithm.data(), size32_(algorithm));
+  info.append_element(asn_tag_t::OCTET_STRING, in.encrypted_data.data, in.encrypted_data.size);
   assign_tag_(out, info);
 }
