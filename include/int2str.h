@@ -70,8 +70,9 @@ PKIDER_API const char* LogTimeToString(long t, char (&buf)[32]);
 // and returns it; "Bad time" when `t` cannot be converted.
 PKIDER_API std::string& TimeToString(long t, std::string& s);
 
-// The same text in the C library's own ctime buffer, or the constant "Bad time". Valid until any
-// thread next calls it, ctime or asctime: not thread-safe.
+// The same text, for years up to 9999, in the C library's own ctime buffer, or the constant "Bad
+// time". Later years may lose digits. Valid until any thread next calls it, ctime or asctime: not
+// thread-safe.
 PKIDER_API const char* TimeToString(long t);
 
 // CertTimeToStringGMT appends "DD.MM.YYYY hh:mm:ss GMT" to `s` and returns it; "Error time" when

@@ -113,8 +113,8 @@ PKIDER_API bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe
 //
 // Nothing is checked. A bag whose type is neither key nor certificate is written with its
 // attributes only. Iteration counts are written by asn_write_INTEGER, which drops zero bytes:
-// choose counts without. `crypto` must not be null. Throws std::bad_alloc only, and then leaves
-// `out` as it was; in either case the plaintext built on the way is wiped.
+// choose counts without. `crypto` must not be null. Throws std::bad_alloc and what `crypto` throws,
+// and then leaves `out` as it was; in every case the plaintext built on the way is wiped.
 PKIDER_API void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto,
                                       std::string& out);
 

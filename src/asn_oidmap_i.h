@@ -83,7 +83,9 @@ class oid_index_t {
     shortcuts_.fill({0, nullptr});
     for (const row& r : rows_) {
       row& shortcut = shortcuts_[slot_of(*r.entry)];
-      shortcut = shortcut.entry == nullptr ? r : shortcut;
+      if (shortcut.entry == nullptr) {
+        shortcut = r;
+      }
     }
   }
 

@@ -285,8 +285,9 @@ bool asn_read_pkcs12_bags(const unsigned char* der, unsigned len, bool encrypted
   return true;
 }
 
-// At least the encoded size of a bag: its parts, and all headers and OIDs at their longest.
-// Builders for bags get all their room at once, so that they outgrow no buffer with a key in it.
+// At least the encoded size of a bag: its parts, and all headers and OIDs at their longest. What is
+// in a bag may be secret: its builders get all their room before it, so that they outgrow no
+// buffer that holds it.
 std::uint64_t bag_room(const pkcs12_bag_t& bag) {
   constexpr unsigned headers_and_oids = 128;
   return std::uint64_t{bag.value.size} + bag.friendly_name.size + bag.local_key_id.size +
