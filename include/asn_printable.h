@@ -113,6 +113,11 @@ PKIDER_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_ha
 // When `in` cannot be encoded it returns false with both untouched; when the encoding cannot be
 // decoded (a #hex value of a string type may be wrong), false with the partial text in `out` and
 // `*der` replaced. `out` may be `in` itself.
+//
+// The normal form of a name is its own normal form, with two exceptions: a byte 00 of a value (\00)
+// stands as it is in `out`, where it ends the text for whoever reads it as zero-terminated; and a
+// dotted type below 2 whose second arc is 40 or more prints with another first arc
+// (oid_asn_to_str_).
 PKIDER_API bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der,
                                        oid_map_handle_t map);
 
