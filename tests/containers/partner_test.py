@@ -1,0 +1,158 @@
+#!/usr/bin/env python3
+"""Exchanges keys and containers with certtool and, where its GOST engine is there, openssl.
+
+partner_test.py COMMAND EXAMPLES
+"""
+
+import concurrent.futures
+import os
+import pty
+import re
+import subprocess
+import sys
+import tempfile
+
+PKIDER, EXAMPLES = sys.argv[1:]
+PASSWORD = "пароль sample"
+GOST = ["--pkcs-cipher", "gost28147-cpa", "--hash", "gostr341194"]
+TEMPLATE = """cn = "User {}"\norganization = "{}"\nserial = 1\nexpiration_days = -1\nsigning_key\n"""
+ENV = {"PASSWORD": PASSWORD, "WRONG": "wrong", "GOST_PBE_HMAC": "md_gost94", **os.environ,
+       "LC_ALL": "C.UTF-8"}
+
+
+def run(*args, status=0, err="", cwd=None):
+    """The standard output; `err` must stand in the standard error."""
+    done = subprocess.run(args, cwd=cwd, env=ENV, capture_output=True, text=True, timeout=300)
+    unwanted = status == 0 and "verify_mac" in done.stderr  # certtool goes on
+    if done.returncode != status or err not in done.stderr or unwanted:
+        raise AssertionError(f"{args}: status {done.returncode}\n{done.stdout}{done.stderr}")
+    return done.stdout
+
+
+def pem(text, label):
+    return re.findall(f"-----BEGIN {label}-----\n.*?-----END {label}-----\n", text, re.S)
+
+
+def read(*path):
+    with open(os.path.join(*path), encoding="utf-8") as file:
+        return file.read()
+
+
+def check(what, condition):
+    if not condition:
+        raise AssertionError(what)
+
+
+def octets(text):
+    """The octets of certtool's dump, which has the most significant first, as they are stored."""
+    dump = re.search(r"^private key:\n((?:\t[0-9a-f:]*\n)+)", text, re.M)[1]
+    return "".join(reversed(re.findall("[0-9a-f]{2}", dump))).upper()
+
+
+def exchange(kind):
+    """One kind of key, both ways. The certificates take more than 1,024 bytes, where GOST 28147-89
+    changes its key."""
+    with tempfile.TemporaryDirectory() as at:
+        def certtool(*args, **kw):
+            return run("certtool", *args, "--password", PASSWORD, cwd=at, **kw)
+
+        def pkider(*args, env="PASSWORD", **kw):
+            return run(PKIDER, *args, "--password-env", env, cwd=at, **kw)
+
+        for name in ["key", "other"]:
+            run("certtool", "--generate-privkey", "--key-type", kind, "--no-text", "--outfile", name,
+                cwd=at)
+            with open(os.path.join(at, "template"), "w", encoding="utf-8") as file:
+                file.write(TEMPLATE.format(name, "Org " * 100))
+            certtool("--generate-self-signed", "--load-privkey", name, "--no-text", "--template",
+                     "template", "--outfile", name + ".crt")
+        key, cert, other = (read(at, name) for name in ["key", "key.crt", "other.crt"])
+        dump = run("certtool", "-k", "--infile", "key", cwd=at)
+        key_id = re.search("sha1:.*", dump)[0]
+
+        # certtool to pkider
+        with open(os.path.join(at, "both.crt"), "w", encoding="utf-8") as file:
+            file.write(cert + other)
+        certtool("--to-p12", "--load-privkey", "key", "--load-certificate", "both.crt", *GOST,
+                 "--p12-name", "Имя", "--outder", "--outfile", "their.p12")
+        pkider("p12", "extract", "their.p12", "--out", "out")
+        check("extracted", [key, cert, other] == [read(at, "out", name + ".pem")
+                                                  for name in ["key-1", "cert-1", "cert-2"]])
+        shown = pkider("key", "show", "key", "--reveal")
+        check("octets", f"key octets:        {octets(dump)}\n" in shown)
+        if kind == "gost12-256":
+            certtool("--to-p8", "--load-privkey", "key", *GOST, "--outfile", "their.p8")
+            check("their PKCS#8", pkider("key", "show", "their.p8", "--reveal").splitlines()[2:] ==
+                  shown.splitlines()[2:])
+        check("not revealed", octets(dump) not in pkider("key", "show", "key"))
+
+        # pkider to certtool
+        create = ["p12", "create", "--name", "Имя", "--iterations", "2001", "--cert", "other.crt",
+                  "key.crt", "--key", "key", "--out"]
+        for flags in [[], ["--plain-certs"]]:
+            pkider(*create, "our.p12", "--overwrite", *flags)
+            listing = certtool("--p12-info", "--inder", "--infile", "our.p12")
+            check("key of ours", pem(listing, "PRIVATE KEY") == [key])
+            check("certificates of ours", sorted(pem(listing, "CERTIFICATE")) == sorted([cert, other]))
+            shown = pkider("p12", "show", "our.p12")
+            ids = re.findall("name: *Имя\nlocal key id: *(.*)\n", shown)
+            check("names", ids == [key_id[5:].upper()] * 2)
+            ids = re.findall("Friendly name: Имя\n\tKey ID: (.*)\n", listing)
+            check("names by certtool", ids == [":".join(re.findall("..", key_id[5:].upper()))] * 2)
+        run("certtool", "--p12-info", "--inder", "--infile", "our.p12", "--password", "no", cwd=at,
+            status=1, err="verify_mac")
+        pkider("p12", "extract", "our.p12", "--out", "shut", "--encrypt", "--iterations", "2001")
+        check("mode", os.stat(os.path.join(at, "shut", "key-1.pem")).st_mode & 0o777 == 0o600)
+        opened = certtool("--pubkey-info", "--load-privkey", "shut/key-1.pem")
+        check("encrypted key of ours", key_id in opened)
+
+        # openssl
+        if subprocess.run(["openssl", "engine", "gost"], capture_output=True).returncode == 0:
+            openssl = ["-engine", "gost", "-passin", "env:PASSWORD"]
+            run("openssl", "pkcs12", *openssl, "-in", "our.p12", "-nodes", "-out", "theirs", cwd=at)
+            check("openssl's view", set(pem(read(at, "theirs"), "CERTIFICATE")) == {cert, other})
+            run("openssl", "pkcs12", *openssl, "-export", "-in", "theirs", "-passout", "env:PASSWORD",
+                "-keypbe", "gost89", "-certpbe", "gost89", "-macalg", "md_gost94", "-out", "o.p12", cwd=at)
+            pkider("p12", "extract", "o.p12", "--out", "o")
+            shown = pkider("key", "show", "o/key-1.pem", "--reveal")
+            check("octets by openssl", f"key octets:        {octets(dump)}\n" in shown)
+
+        # What must not work
+        pkider("p12", "show", "our.p12", env="WRONG", status=1, err="our.p12: wrong password")
+        pkider("key", "show", "shut/key-1.pem", env="WRONG", status=1, err="wrong password")
+        pkider("p12", "show", "key.crt", status=1, err="key.crt: not a PKCS#12 file")
+        pkider("p12", "show", "our.p12", "--max-iterations", "4001", status=1, err="--max-iterations")
+        pkider(*create, "new.p12", "--iterations", "2048", status=2, err="zero byte")
+        pkider(*create, "our.p12", status=1, err="exists already")
+        pkider("p12", "extract", "our.p12", "--out", "shut", status=1, err="exists already")
+        pkider("p12", "create", "--name", "x", "--key", "key", "--cert", "other.crt", "--out",
+               "new.p12", status=1, err="none of the certificates belongs to this key")
+        pkider(*create, "native.p12", "--native")
+        check("native", "private key" in pkider("p12", "show", "native.p12"))
+        certtool("--p12-info", "--inder", "--infile", "native.p12", status=1)
+        left = {name for name in os.listdir(at) if "p12" in name}
+        check("left over", left <= {"our.p12", "their.p12", "native.p12", "o.p12"})
+
+
+def ask_terminal():
+    pid, terminal = pty.fork()
+    if pid == 0:
+        os.execl(PKIDER, PKIDER, "p12", "show", os.path.join(EXAMPLES, "sample.p12"))
+    seen = os.read(terminal, 100).decode()
+    check("prompt", seen.startswith("Password of "))
+    check("core dumps", re.search("Max core file size *0 *0", read(f"/proc/{pid}/limits")))
+    os.write(terminal, b"pkider-sample\n")
+    try:
+        while chunk := os.read(terminal, 4096).decode():
+            seen += chunk
+    except OSError:  # the other end is closed
+        pass
+    check(f"on the terminal: {seen}", os.waitpid(pid, 0)[1] == 0 and "CN=Sample User" in seen and
+          "Deriving a key" in seen and "pkider-sample" not in seen)
+
+
+with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+    jobs = [pool.submit(exchange, kind) for kind in ["gost01", "gost12-256", "gost12-512"]]
+    jobs.append(pool.submit(ask_terminal))
+for job in jobs:
+    job.result()
