@@ -24,21 +24,21 @@ set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libpkider${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/triggers)
 set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "${PROJECT_DESCRIPTION}
- Reads and writes the DER of names, object identifiers, algorithm identifiers,
- public keys, private keys and PKCS#12 containers. It does no cryptography.")
+Reads and writes the DER of names, object identifiers, algorithm identifiers,
+public keys, private keys and PKCS#12 containers. It does no cryptography.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libpkider-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libpkider${PROJECT_VERSION_MAJOR} ${same_version}")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "DER routines, GOST included - development files
- Headers of the pkider library, and what CMake and pkg-config need to find it.")
+Headers of the pkider library, and what CMake and pkg-config need to find it.")
 
 # The command looks into the library's own structures, which only one version shares with it.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME pkider-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libpkider${PROJECT_VERSION_MAJOR} ${same_version}")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "names, certificates and GOST key containers in DER
- The command pkider shows names, object identifiers, certificates, private keys
- and PKCS#12 containers, and makes and opens containers with GOST cryptography.")
+The command pkider shows names, object identifiers, certificates, private keys
+and PKCS#12 containers, and makes and opens containers with GOST cryptography.")
 
 include(CPack)

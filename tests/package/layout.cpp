@@ -12,50 +12,49 @@ extern T object;  // never defined
 
 // Tells whether these members stand in this order, each at the next multiple of four, and fill T.
 template <class T, class... Members>
-constexpr bool laid_out(std::size_t size, Members T::*... members) {
+constexpr bool laid_out(Members T::*... members) {
   const void* const at[] = {&(object<T>.*members)..., &object<T> + 1};
+  bool in_order = true;
   for (std::size_t i = 0; i < sizeof...(members); ++i) {
-    if (at[i] >= at[i + 1]) {
-      return false;
-    }
+    in_order = in_order && at[i] < at[i + 1];
   }
-  return sizeof(T) == size && (((sizeof(Members) + 3) / 4) + ...) * 4 == size;
+  return in_order && (((sizeof(Members) + 3) / 4) + ...) * 4 == sizeof(T);
 }
 
-static_assert(laid_out(8, &blob_t::size, &blob_t::data));
-static_assert(laid_out(8, &asn_iter_t::ptr, &asn_iter_t::len));
-static_assert(laid_out(20, &asn_tag_fields_t_<0>::tag, &asn_tag_fields_t_<0>::size,
+static_assert(laid_out(&blob_t::size, &blob_t::data));
+static_assert(laid_out(&asn_iter_t::ptr, &asn_iter_t::len));
+static_assert(laid_out(&asn_tag_fields_t_<0>::tag, &asn_tag_fields_t_<0>::size,
                        &asn_tag_fields_t_<0>::buf, &asn_tag_fields_t_<0>::capacity,
                        &asn_tag_fields_t_<0>::len));
-static_assert(laid_out(36, &asn_tag_fields_t_<16>::tag, &asn_tag_fields_t_<16>::size,
+static_assert(laid_out(&asn_tag_fields_t_<16>::tag, &asn_tag_fields_t_<16>::size,
                        &asn_tag_fields_t_<16>::buf, &asn_tag_fields_t_<16>::capacity,
                        &asn_tag_fields_t_<16>::len, &asn_tag_fields_t_<16>::inline_buf));
-static_assert(laid_out(32, &OIDdescr_t::oid_asn, &OIDdescr_t::oid_asn_size, &OIDdescr_t::oid_str,
+static_assert(laid_out(&OIDdescr_t::oid_asn, &OIDdescr_t::oid_asn_size, &OIDdescr_t::oid_str,
                        &OIDdescr_t::oid_str_size, &OIDdescr_t::oid_sn, &OIDdescr_t::oid_sn_size,
                        &OIDdescr_t::oid_ln, &OIDdescr_t::oid_ln_size));
-static_assert(laid_out(20, &RDNdescr_t::name_begin, &RDNdescr_t::name_end, &RDNdescr_t::value_begin,
+static_assert(laid_out(&RDNdescr_t::name_begin, &RDNdescr_t::name_end, &RDNdescr_t::value_begin,
                        &RDNdescr_t::value_end, &RDNdescr_t::plus_joined));
-static_assert(laid_out(8, &pki_oid_ref_t::data, &pki_oid_ref_t::size));
-static_assert(laid_out(8, &IntToString::value, &IntToString::name));
-static_assert(laid_out(8, &asn_algorid_t::oid));
-static_assert(laid_out(24, &asn_pubkey_t::alg, &asn_pubkey_t::params, &asn_pubkey_t::key));
-static_assert(laid_out(16, &asn_rsa_pubkey_t::modulus, &asn_rsa_pubkey_t::exponent));
-static_assert(laid_out(32, &asn_gost_pubkey_t::public_key_param_set,
+static_assert(laid_out(&pki_oid_ref_t::data, &pki_oid_ref_t::size));
+static_assert(laid_out(&IntToString::value, &IntToString::name));
+static_assert(laid_out(&asn_algorid_t::oid));
+static_assert(laid_out(&asn_pubkey_t::alg, &asn_pubkey_t::params, &asn_pubkey_t::key));
+static_assert(laid_out(&asn_rsa_pubkey_t::modulus, &asn_rsa_pubkey_t::exponent));
+static_assert(laid_out(&asn_gost_pubkey_t::public_key_param_set,
                        &asn_gost_pubkey_t::digest_param_set,
                        &asn_gost_pubkey_t::encryption_param_set, &asn_gost_pubkey_t::key));
-static_assert(laid_out(16, &asn_dsa_certsign_t::r, &asn_dsa_certsign_t::s));
-static_assert(laid_out(16, &asn_ike_signalg_t::oid, &asn_ike_signalg_t::params));
-static_assert(laid_out(20, &pkcs5_pbe_gost_t::salt, &pkcs5_pbe_gost_t::iterations,
+static_assert(laid_out(&asn_dsa_certsign_t::r, &asn_dsa_certsign_t::s));
+static_assert(laid_out(&asn_ike_signalg_t::oid, &asn_ike_signalg_t::params));
+static_assert(laid_out(&pkcs5_pbe_gost_t::salt, &pkcs5_pbe_gost_t::iterations,
                        &pkcs5_pbe_gost_t::iv));
-static_assert(laid_out(16, &asn_pkcs8_priv_key_info_t::algorithm,
+static_assert(laid_out(&asn_pkcs8_priv_key_info_t::algorithm,
                        &asn_pkcs8_priv_key_info_t::private_key));
-static_assert(laid_out(12, &pkcs8_pki_gost_t::key_alg, &pkcs8_pki_gost_t::private_key));
-static_assert(laid_out(28, &pkcs8_encrypted_pki_gost_t::pbe,
+static_assert(laid_out(&pkcs8_pki_gost_t::key_alg, &pkcs8_pki_gost_t::private_key));
+static_assert(laid_out(&pkcs8_encrypted_pki_gost_t::pbe,
                        &pkcs8_encrypted_pki_gost_t::encrypted_data));
-static_assert(laid_out(28, &pkcs12_mac_t::digest_alg, &pkcs12_mac_t::digest,
-                       &pkcs12_mac_t::mac_salt, &pkcs12_mac_t::mac_iterations));
-static_assert(laid_out(28, &pkcs12_bag_t::type, &pkcs12_bag_t::value, &pkcs12_bag_t::friendly_name,
+static_assert(laid_out(&pkcs12_mac_t::digest_alg, &pkcs12_mac_t::digest, &pkcs12_mac_t::mac_salt,
+                       &pkcs12_mac_t::mac_iterations));
+static_assert(laid_out(&pkcs12_bag_t::type, &pkcs12_bag_t::value, &pkcs12_bag_t::friendly_name,
                        &pkcs12_bag_t::local_key_id));
-static_assert(laid_out(64, &pkcs12_easy_t::plain_bags, &pkcs12_easy_t::encrypted_bags,
+static_assert(laid_out(&pkcs12_easy_t::plain_bags, &pkcs12_easy_t::encrypted_bags,
                        &pkcs12_easy_t::mac, &pkcs12_easy_t::decrypted_data));
 static_assert(sizeof(asn_tag_t_<0>) == 20 && sizeof(asn_tag_t_<16>) == 36);
