@@ -111,8 +111,8 @@ def test_readme():
     with open(ROOT + "/README.md", encoding="utf-8") as file:
         readme = file.read()
     write("example.cpp", *re.findall(r"```cpp\n(.*?)```", readme, re.S))
-    built = run(*COMPILER, "-std=c++17", "-I" + ROOT + "/include", "example.cpp", "-o", "example",
-                "-L" + LIBRARY_DIR, "-lpkider", "-Wl,-rpath," + LIBRARY_DIR)
+    built = run(*COMPILER, "-std=c++17", "-I" + LIBRARY_DIR + "/../include", "example.cpp",
+                "-o", "example", "-L" + LIBRARY_DIR, "-lpkider", "-Wl,-rpath," + LIBRARY_DIR)
     expect("README's program", built, (0, "", ""))
     os.symlink(PKIDER, "pkider")
     sessions = "".join(re.findall(r"```console\n(.*?)```", readme, re.S))
