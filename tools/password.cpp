@@ -83,7 +83,8 @@ void add_password_options(CLI::App* verb, password_source_t* source, const std::
 
 void add_limit_option(CLI::App* verb, gost_pbe_options_t* options) {
   verb->add_option("--max-iterations", options->round_limit,
-                   "Refuse a file that asks for more rounds of key derivation in all")
+                   "Refuse a file that asks for more rounds of key derivation in all; a million "
+                   "take some four seconds")
       ->type_name("N")
       ->capture_default_str();
 }
@@ -97,7 +98,7 @@ void add_iterations_option(CLI::App* verb, gost_pbe_options_t* options) {
                    : "the number of rounds must fit 32 bits and have no zero byte below its first "
                      "(256 and 65,537 have one, 600,000 has none)";
       },
-      "N");
+      "");
   verb->add_option("--iterations", options->iterations,
                    "Rounds of key derivation; no byte of the number may be zero")
       ->check(writable)

@@ -185,6 +185,7 @@ key_file_t open_key_file(const std::string& file, const password_source_t& sourc
   key_file_t key;
   key.der = first_key_block(file);
   if (!is_encrypted(key.der)) {
+    read_private_key(file, {size(key.der), bytes(key.der)});
     return key;
   }
   key.der = with_prf_parameters({size(key.der), bytes(key.der)});
@@ -204,6 +205,7 @@ key_file_t open_key_file(const std::string& file, const password_source_t& sourc
     throw input_error(file, e.what());
   }
   key.der = plaintext;
+  read_private_key(file, {size(key.der), bytes(key.der)});
   return key;
 }
 

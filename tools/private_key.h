@@ -21,7 +21,7 @@ struct key_file_t {
 };
 
 // Reads the first key of `file`, PEM or DER, and asks `source` for a password if it is encrypted.
-// Throws input_error.
+// Throws input_error when it is no key.
 key_file_t open_key_file(const std::string& file, const password_source_t& source,
                          const gost_pbe_options_t& options);
 
