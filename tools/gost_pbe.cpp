@@ -211,7 +211,6 @@ bool gost_pbe::compute_mac(const unsigned char* data, unsigned size, pkcs12_mac_
 bool gost_pbe::decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
                        std::string& plaintext) {
   if (pbe.iv.size != iv_size) {
-    ++closed_parts_;
     return false;
   }
   spend(pbe.iterations);
@@ -230,7 +229,6 @@ bool gost_pbe::decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, u
     ++opened_parts_;
     return true;
   }
-  ++closed_parts_;
   return false;
 }
 

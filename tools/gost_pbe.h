@@ -61,9 +61,8 @@ class gost_pbe : public pbe_crypto_t {
                std::string& ciphertext) override;
 
   bool mac_refused() const { return mac_refused_; }
-  // How many parts decrypt has opened, and how many it could not.
+  // How many parts decrypt has opened.
   unsigned opened_parts() const { return opened_parts_; }
-  unsigned closed_parts() const { return closed_parts_; }
 
  protected:
   // Block `block`, counted from 1, of PBKDF2's output (RFC 8018, 5.2): 32 bytes.
@@ -78,7 +77,6 @@ class gost_pbe : public pbe_crypto_t {
   blob_t mac_data_;
   bool mac_refused_ = false;
   unsigned opened_parts_ = 0;
-  unsigned closed_parts_ = 0;
   std::string salt_;
   std::string iv_;
   std::string mac_salt_;
