@@ -15,6 +15,11 @@ void* operator new(std::size_t size) {
   return block;
 }
 
+// Not left to the default, which sanitizers replace by another heap's.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return std::malloc(size == 0 ? 1 : size);
+}
+
 void operator delete(void* block) noexcept {
   if (block != nullptr) {
     explicit_bzero(block, malloc_usable_size(block));
