@@ -96,7 +96,8 @@ struct iconv_closer_t {
   void operator()(void* converter) const { iconv_close(converter); }
 };
 
-std::string friendly_name_bytes(std::string text) {
+std::string friendly_name_bytes(const std::string& name_text) {
+  std::string text = name_text;  // iconv wants it writable
   const std::unique_ptr<void, iconv_closer_t> converter(iconv_open("UCS-2BE", "UTF-8"));
   std::string name(text.size() * 2, '\0');
   char* in = text.data();
