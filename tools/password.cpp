@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <memory>
 
 #include "cli.h"
@@ -136,12 +136,11 @@ std::function<void(unsigned done, unsigned total)> terminal_progress() {
       shown = false;
     }
     if (done == total) {
-      std::fputs(shown ? "\r\x1B[K" : "", stderr);
+      std::cerr << (shown ? "\r\x1B[K" : "");
       return;
     }
     if (clock::now() - begin > noticeable) {
-      std::fprintf(stderr, "\rDeriving a key ... %3u %%",
-                   static_cast<unsigned>(100ULL * done / total));
+      std::cerr << "\rDeriving a key ... " << 100ULL * done / total << " %";
       shown = true;
     }
   };

@@ -32,7 +32,7 @@ struct reading_t {
 
 // DER, or a PEM block as certtool writes it.
 std::string container_der(const std::string& file) {
-  const std::string content = read_file(file);
+  std::string content = read_file(file);
   if (content.rfind("-----BEGIN PKCS12-----", 0) == 0) {
     return split_input(file, content).front().der;
   }
