@@ -1,17 +1,13 @@
-// DER written as text, and files of rows of it, for the tests of key containers.
+// DER written as text, files of rows of it, and the output of Python programs.
 
 #ifndef PKIDER_TESTS_DER_TEXT_H
 #define PKIDER_TESTS_DER_TEXT_H
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <fstream>
+#include <cstdio>
 #include <map>
 #include <sstream>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "asn_reader.h"
 #include "test_util.h"
@@ -50,39 +46,48 @@ struct rows_t {
   explicit rows_t(const char* file) {
     std::ifstream in(std::string(TEST_DATA) + file);
     for (std::string line; std::getline(in, line);) {
-      if (line.empty() || line[0] == '#') {
-        continue;
-      }
-      for (std::size_t at = 1; (at = line.find('$', at)) != std::string::npos;) {
+      const std::string start = line.substr(0, 1);
+      for (std::size_t at = 1; start != "#" && (at = line.find('$', at)) != std::string::npos;) {
         const std::size_t end = line.find_first_of(" ()|", at);
-        line.replace(at, end - at, text(line.substr(at + 1, end - at - 1)));
+        line.replace(at, end - at, texts.at(line.substr(at + 1, end - at - 1)));
       }
-      if (line[0] == '$') {
+      if (start == "$") {
         texts[line.substr(1, line.find(' ') - 1)] = line.substr(line.find("= ") + 2);
-        continue;
-      }
-      std::istringstream fields(line);
-      row_t& row = rows.emplace_back();
-      for (std::string* field : {&row.sample, &row.reason, &row.change, &row.expected}) {
-        std::getline(fields, *field, '|');
+      } else if (!start.empty() && start != "#") {
+        std::istringstream fields(line);
+        row_t& row = rows.emplace_back();
+        for (std::string* field : {&row.sample, &row.reason, &row.change, &row.expected}) {
+          std::getline(fields, *field, '|');
+        }
       }
     }
   }
 
-  const std::string& text(const std::string& name) const { return texts.at(name); }
+  std::string sample(const std::string& name) const { return der_text(texts.at(name)); }
 
   // A row's sample after its change "from -> to".
   std::string changed(const row_t& row) const {
+    std::string text = texts.at(row.sample);
     const std::size_t arrow = row.change.find(" -> ");
-    const std::string from = row.change.substr(0, arrow), sample = text(row.sample);
-    return der_text(
-        std::string(sample).replace(sample.find(from), from.size(), row.change.substr(arrow + 4)));
+    const std::string from = row.change.substr(0, arrow);
+    return der_text(text.replace(text.find(from), from.size(), row.change.substr(arrow + 4)));
   }
 };
 
 inline blob_t view(const std::string& bytes) {
   return {static_cast<unsigned>(bytes.size()),
           reinterpret_cast<const unsigned char*>(bytes.data())};
+}
+
+// The lines that Python prints.
+inline std::vector<std::string> python(const std::string& arguments) {
+  std::vector<std::string> lines;
+  FILE* const output = popen(("/usr/bin/python3 " + arguments).c_str(), "r");
+  for (char line[1 << 14]; std::fgets(line, sizeof line, output) != nullptr;) {
+    lines.emplace_back(line);
+  }
+  EXPECT_EQ(pclose(output), 0) << arguments;
+  return lines;
 }
 
 #endif

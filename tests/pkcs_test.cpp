@@ -1,0 +1,219 @@
+// PBES2, PKCS#8 and PKCS#12: changes to each part of a sample, calls, moves, damage.
+
+#include <type_traits>
+
+#include "der_text.h"
+#include "pkcs12_helper.h"
+
+namespace {
+
+const rows_t file("pkcs.txt");
+
+// What the records hold before each read.
+const std::string untouched("\xEE", 1);
+const blob_t old = view(untouched);
+
+std::string show(const blob_t& blob) {
+  return to_hex(bytes_of(blob));
+}
+
+std::string show(const pkcs5_pbe_gost_t& pbe) {
+  return show(pbe.salt) + "/" + std::to_string(pbe.iterations) + "/" + show(pbe.iv);
+}
+
+std::string show(const pkcs12_mac_t& mac) {
+  return show(mac.digest_alg) + "/" + show(mac.digest) + "/" + show(mac.mac_salt) + "/" +
+         std::to_string(mac.mac_iterations);
+}
+
+std::string show(const std::list<pkcs12_bag_t>& bags) {
+  std::string out;
+  for (const pkcs12_bag_t& bag : bags) {
+    out += out.empty() ? "" : ", ";
+    out += (bag.type == PKCS12_BAG_KEY ? "K " : "C ") + show(bag.value);
+    out += bag.friendly_name.size == 0 ? "" : " n " + show(bag.friendly_name);
+    out += bag.local_key_id.size == 0 ? "" : " i " + show(bag.local_key_id);
+  }
+  return out;
+}
+
+std::string show(const pkcs12_easy_t& model) {
+  return show(model.plain_bags) + "/" + show(model.encrypted_bags);
+}
+
+// Notes each call with its bytes, and accepts every MAC but BA DD. Ciphertext is plaintext behind
+// C9, or the name of a text of the file.
+class fake_crypto_t : public pbe_crypto_t {
+ public:
+  bool computes = true;
+  std::string calls;
+
+  bool verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, unsigned size) override {
+    calls += "verify " + show(mac) + " " + std::string(data, data + size) + "\n";
+    return show(mac.digest) != "BA DD";
+  }
+  bool compute_mac(const unsigned char* data, unsigned size, pkcs12_mac_t& mac) override {
+    calls += "compute " + show(mac) + " " + std::string(data, data + size) + "\n";
+    mac = {view(salt_), view(digest_), view(mac_salt_), 1};
+    return computes;
+  }
+  bool decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
+               std::string& plaintext) override {
+    calls += "decrypt " + show(pbe) + " " + std::string(data, data + size) + plaintext + "\n";
+    const auto known = file.texts.find(to_hex(data, size));
+    const bool own = size != 0 && data[0] == 0xC9;
+    plaintext = own                         ? std::string(data + 1, data + size)
+                : known != file.texts.end() ? der_text(known->second)
+                                            : "";
+    return own || known != file.texts.end();
+  }
+  bool encrypt(const unsigned char* data, unsigned size, pkcs5_pbe_gost_t& pbe,
+               std::string& ciphertext) override {
+    calls += "encrypt " + show(pbe.salt) + show(pbe.iv) + ciphertext +
+             std::string(data, data + size) + "\n";
+    pbe = {view(salt_), 2000, view(iv_)};
+    ciphertext = "\xC9" + std::string(data, data + size);
+    return false;  // which changes nothing
+  }
+
+ private:
+  const std::string salt_ = from_hex("A1A2"), iv_ = from_hex("B1B2B3");
+  const std::string digest_ = from_hex("D1D2"), mac_salt_ = from_hex("E1E2");
+};
+
+std::string outcome(bool ok, const std::string& fields, bool same) {
+  return (ok ? "ok " : "no ") + fields + (same ? " same" : "");
+}
+
+std::string read_pbe(const exact_t& in) {
+  pkcs5_pbe_gost_t pbe{old, 77, old};
+  const bool ok = asn_read_pkcs5_pbe_gost(in.data(), in.size(), pbe);
+  std::string out = "old";
+  asn_write_pkcs5_pbe_gost(pbe, out);
+  return outcome(ok, show(pbe), out == der(0x30, in.bytes()));
+}
+
+std::string read_key(const exact_t& in) {
+  asn_pkcs8_priv_key_info_t any{old, old};
+  pkcs8_pki_gost_t gost{pkcs8_gost_alg_t{9}, old};
+  const bool any_ok = asn_read_pkcs8_priv_key_info(in.data(), in.size(), any);
+  const bool gost_ok = asn_read_pkcs8_pki_gost(in.data(), in.size(), gost);
+  std::string out = "old";
+  asn_write_pkcs8_pki_gost(gost, out);
+  const std::string oid = bytes_of(any.algorithm);
+  return outcome(any_ok,
+                 to_hex(oid.substr(oid.size() - !oid.empty())) + "/" + show(any.private_key),
+                 false) +
+         ", " +
+         outcome(gost_ok, std::to_string(gost.key_alg) + "/" + show(gost.private_key),
+                 out == in.bytes());
+}
+
+std::string read_shrouded(const exact_t& in) {
+  pkcs8_encrypted_pki_gost_t key{{old, 77, old}, old};
+  const bool ok = asn_read_pkcs8_encrypted_pki_gost(in.data(), in.size(), key);
+  std::string out = "old";
+  asn_write_pkcs8_encrypted_pki_gost(key, out);
+  return outcome(ok, show(key.pbe) + "/" + show(key.encrypted_data), out == in.bytes());
+}
+
+std::string read_mac(const exact_t& in) {
+  pkcs12_mac_t mac{old, old, old, 77};
+  const bool ok = asn_read_pkcs12_MacData(in.data(), in.size(), mac);
+  return outcome(ok, show(mac), false);
+}
+
+std::string write(const pkcs12_easy_t& model, fake_crypto_t& crypto) {
+  std::string out = "old";
+  crypto.calls.clear();
+  asn_write_pkcs12_easy(model, &crypto, out);
+  return out;
+}
+
+// What is read is read again from what is written of it.
+std::string read_pfx(const exact_t& in) {
+  fake_crypto_t crypto;
+  pkcs12_easy_t model, again;
+  if (!asn_read_pkcs12_easy(in.data(), in.size(), &crypto, model)) {
+    return crypto.calls.empty() ? "no, unasked"
+                                : "no, " + std::to_string(model.plain_bags.size()) + "+" +
+                                      std::to_string(model.encrypted_bags.size()) + " kept " +
+                                      std::to_string(model.decrypted_data.size());
+  }
+  const exact_t out(write(model, crypto));
+  EXPECT_TRUE(asn_read_pkcs12_easy(out.data(), out.size(), &crypto, again));
+  EXPECT_EQ(show(again), show(model));
+  return show(model) + (out.bytes() == in.bytes() ? " same" : "");
+}
+
+const std::map<std::string, std::string (*)(const exact_t&)> readers = {
+    {"pbe", read_pbe}, {"key", read_key},  {"shrouded", read_shrouded},
+    {"mac", read_mac}, {"bags", read_pfx}, {"sealed", read_pfx},
+    {"pfx", read_pfx}};
+
+TEST(Pkcs, Changes) {
+  for (const row_t& row : file.rows) {
+    EXPECT_EQ(readers.at(row.sample)(exact_t(file.changed(row))), row.expected)
+        << row.sample << ": " << row.reason;
+  }
+}
+
+TEST(Pkcs, DamagedInputStaysInBounds) {
+  for (const char* name : {"pbe", "key", "shrouded", "sealed"}) {
+    const std::string good = file.sample(name);
+    for_each_damaged(good, [&](const exact_t& in) {
+      EXPECT_TRUE(readers.at(name)(in)[0] == 'n' || in.size() == good.size()) << in.size();
+    });
+  }
+}
+
+TEST(Pkcs8, EveryFormOfLengths) {
+  for (const unsigned size : {0u, 57u, 58u, 59u, 127u, 128u, 255u, 256u, 506u, 70000u}) {
+    const std::string octets(size, 'k'), shown = to_hex(octets);
+    std::string out;
+    asn_write_pkcs8_encrypted_pki_gost({{view(octets), 2048, view(octets)}, view(octets)}, out);
+    // Zero bytes of the count are left out.
+    EXPECT_EQ(read_shrouded(exact_t(out)), "ok " + shown + "/8/" + shown + "/" + shown + " same");
+    asn_write_pkcs8_pki_gost({pkcs8_gost_alg_t{3}, view(octets)}, out);
+    const std::string head = der_text("02(00) 30(06() 30(06() 06(2A850302021E01)))");
+    EXPECT_EQ(out, der(0x30, head + der(4, der(4, octets)))) << size;
+  }
+}
+
+TEST(Pkcs12, CallsInOrderAndMoves) {
+  const exact_t in(file.sample("calls"));
+  fake_crypto_t crypto;
+  pkcs12_easy_t model;
+  model.plain_bags.resize(1);
+  ASSERT_TRUE(asn_read_pkcs12_easy(in.data(), in.size(), &crypto, model));
+  const std::string decrypt = "decrypt A1 A2/2000/B1 B2 B3 ";
+  EXPECT_EQ(crypto.calls, "verify 06 06 2A 85 03 02 02 09 05 00/D1 D2/E1 E2/1 " +
+                              file.sample("verify") + "\n" + decrypt + "\xC1\n" + decrypt +
+                              file.sample("box") + "\n" + decrypt + "\xC1\n");
+  EXPECT_EQ(model.plain_bags.size(), 1u);  // what was there is kept
+  ASSERT_EQ(model.decrypted_data.size(), 3u);
+  EXPECT_EQ("\xC9" + model.decrypted_data.back(), file.sample("box"));
+
+  static_assert(!std::is_copy_constructible_v<pkcs12_easy_t>);
+  const std::string shown = show(model);
+  const pkcs12_bag_t* const node = &model.plain_bags.front();
+  const char* const short_plaintext = model.decrypted_data.front().data();
+  pkcs12_easy_t moved(std::move(model)), assigned;
+  assigned.decrypted_data.emplace_back("dropped");
+  assigned = std::move(moved);
+  EXPECT_EQ(show(assigned) + show(assigned.mac.digest), shown + "D1 D2");
+  EXPECT_EQ(&assigned.plain_bags.front(), node);
+  EXPECT_EQ(assigned.decrypted_data.front().data(), short_plaintext);
+
+  const std::string value = from_hex("3000"), name = from_hex("00410042"), id = from_hex("01");
+  model = pkcs12_easy_t();
+  model.plain_bags = {{7, view(value), {}, {}}, {7, view(value), view(name), view(id)}};
+  model.encrypted_bags = {{PKCS12_BAG_KEY, view(value), {}, {}}};
+  model.mac = {view(value), view(id), {}, 2048};
+  crypto.computes = false;
+  EXPECT_EQ(to_hex(write(model, crypto)), to_hex(file.sample("written")));
+  EXPECT_EQ(crypto.calls, "encrypt " + file.sample("encrypt") + "\ncompute ///0 " +
+                              file.sample("compute") + "\n");
+}
+
+}  // namespace
