@@ -35,12 +35,11 @@ for function in functions:
 if len(functions) < len(re.findall(r"^T ", read("tests/shared/exports.txt"), re.M)):
     failures.append("functions are missing in the reference")
 
-for page in glob.glob("*.md") + glob.glob("docs/*.md") + glob.glob("examples/*.md"):
-    for link in re.findall(r"\]\((?!https?:)([^)#]+)", read(page)):
-        if not os.path.exists(os.path.join(os.path.dirname(page), link)):
-            failures.append(f"{page}: no such file: {link}")
-for output in glob.glob("examples/*.expected"):
-    if read(output) not in read("README.md"):
-        failures.append(f"README.md does not show {output}")
+for page in glob.glob("*.md") + glob.glob("docs/*.md"):
+    failures += [f"{page}: no such file: {link}"
+                 for link in re.findall(r"\]\((?!https?:)([^)#]+)", read(page))
+                 if not os.path.exists(os.path.join(os.path.dirname(page), link))]
+failures += [f"README.md does not show {output}" for output in glob.glob("examples/*.expected")
+             if read(output) not in read("README.md")]
 print("\n".join(failures))
 sys.exit(bool(failures))
