@@ -1,4 +1,5 @@
-// Small tools of all tests: byte strings from and to hex, and exact-size copies of inputs.
+// Small tools of all tests: byte strings from and to hex, exact-size copies of inputs, cases as
+// rows of text files.
 
 #ifndef PKIDER_TESTS_TEST_UTIL_H
 #define PKIDER_TESTS_TEST_UTIL_H
@@ -8,25 +9,21 @@
 #include <cstddef>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <memory>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
-// Bytes from hex digits; everything that is no hex digit is a separator: from_hex("30 03 02 01
-// FF").
+// Bytes from hex digits; everything that is no hex digit is a separator.
 inline std::string from_hex(std::string_view text) {
-  const auto digit = [](char c) {
-    const unsigned char u = static_cast<unsigned char>(c);
-    return std::isdigit(u) ? c - '0' : std::toupper(u) - 'A' + 10;
-  };
-  std::string digits;
+  std::string digits, out;
   std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
-               [](char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; });
-  std::string out;
+               [](unsigned char c) { return std::isxdigit(c) != 0; });
   for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    out += static_cast<char>(digit(digits[i]) * 16 + digit(digits[i + 1]));
+    out += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
   }
   return out;
 }
@@ -34,14 +31,10 @@ inline std::string from_hex(std::string_view text) {
 // "30 03 02 01 FF": upper case, one space between bytes.
 inline std::string to_hex(const void* data, std::size_t size) {
   static constexpr char digits[] = "0123456789ABCDEF";
-  const unsigned char* p = static_cast<const unsigned char*>(data);
+  const auto* p = static_cast<const unsigned char*>(data);
   std::string out;
   for (std::size_t i = 0; i < size; ++i) {
-    if (i != 0) {
-      out += ' ';
-    }
-    out += digits[p[i] >> 4];
-    out += digits[p[i] & 15];
+    out.append(i == 0 ? "" : " ").append({digits[p[i] >> 4], digits[p[i] & 15]});
   }
   return out;
 }
@@ -58,15 +51,12 @@ std::string bytes_of(const View& view) {
 
 // One DER element around `content`, with a minimal length.
 inline std::string der(unsigned char tag, const std::string& content) {
-  const std::size_t n = content.size();
   std::string length;
-  if (n < 0x80) {
-    length = static_cast<char>(n);
-  } else {
-    for (std::size_t rest = n; rest != 0; rest >>= 8) {
-      length.insert(length.begin(), static_cast<char>(rest & 0xFF));
-    }
-    length.insert(length.begin(), static_cast<char>(0x80 | length.size()));
+  for (std::size_t rest = content.size(); rest != 0; rest >>= 8) {
+    length.insert(0, 1, static_cast<char>(rest & 0xFF));
+  }
+  if (content.size() >= 0x80 || content.empty()) {
+    length.insert(0, 1, static_cast<char>(content.empty() ? 0 : 0x80 | length.size()));
   }
   return static_cast<char>(tag) + length + content;
 }
@@ -76,34 +66,39 @@ inline std::vector<std::vector<std::string>> data_rows(const char* path) {
   std::ifstream in(path);
   std::vector<std::vector<std::string>> rows;
   for (std::string line; std::getline(in, line);) {
-    if (line[0] == '#') {
-      continue;
+    if (line[0] != '#') {
+      rows.emplace_back();
+      for (line += " | "; !line.empty(); line.erase(0, line.find(" | ") + 3)) {
+        rows.back().push_back(line.substr(0, line.find(" | ")));
+      }
     }
-    std::vector<std::string>& row = rows.emplace_back();
-    std::size_t begin = 0;
-    for (std::size_t end; (end = line.find(" | ", begin)) != std::string::npos; begin = end + 3) {
-      row.push_back(line.substr(begin, end - begin));
-    }
-    row.push_back(line.substr(begin));
   }
   return rows.empty() ? throw std::runtime_error(path) : rows;
 }
 
+// Runs the rows "operation | input | result" of a file. Those whose result differed come back.
+inline std::string wrong_rows(
+    const char* path,
+    const std::map<std::string, std::string (*)(const std::string&)>& operations) {
+  std::string wrong;
+  for (const auto& row : data_rows(path)) {
+    const std::string got = operations.at(row.at(0))(row.at(1));
+    wrong += got == row.at(2) ? "" : row[0] + " | " + row[1] + " | " + got + "\n";
+  }
+  return wrong;
+}
+
 // The content octets of a dotted OID.
 inline std::string oid_der(const std::string& dotted) {
+  std::istringstream in(dotted);
+  unsigned long long first, arc;
   std::string out;
-  unsigned long long arc = 0;
-  std::size_t count = 0;
-  for (std::size_t at = 0, dot = 0; dot != std::string::npos; at = dot + 1) {
-    dot = dotted.find('.', at);
-    const unsigned long long number = std::stoull(dotted.substr(at, dot - at));
-    arc = count == 1 ? arc * 40 + number : number;
-    if (count++ == 0) {
-      continue;
-    }
+  in >> first;
+  for (char dot; in >> dot >> arc; first = 0) {
+    arc += first * 40;
     std::string groups(1, static_cast<char>(arc % 128));
     while ((arc /= 128) != 0) {
-      groups.insert(groups.begin(), static_cast<char>(128 + arc % 128));
+      groups.insert(0, 1, static_cast<char>(128 + arc % 128));
     }
     out += groups;
   }
@@ -123,8 +118,7 @@ class exact_t {
   // True when the view is empty or lies wholly inside this block.
   template <class View>
   bool holds(const View& view) const {
-    return view.size == 0 || (view.data >= data() && view.data <= data() + size_ &&
-                              view.size <= static_cast<std::size_t>(data() + size_ - view.data));
+    return view.size == 0 || (view.data >= data() && view.data + view.size <= data() + size_);
   }
 
  private:
