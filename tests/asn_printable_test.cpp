@@ -212,12 +212,9 @@ TEST(Names, Long) {
 // The names in the distribution's CA certificates come back as they were, up to the type of a
 // string, which the encoder takes from its bytes (D37).
 TEST(Names, OfCertificates) {
-  const auto any_string = [](std::string name) {
-    const std::string types = from_hex("0C 14 16");
-    for (std::size_t at; (at = name.find_first_of(types)) != std::string::npos;) {
-      name[at] = 0x13;
-    }
-    return to_hex(name);
+  const std::string strings = from_hex("0C 13 14 16");
+  const auto same = [&](char a, char b) {
+    return a == b || (strings.find(a) + 1 != 0 && strings.find(b) + 1 != 0);
   };
   int names = 0;
   for (const std::string& line :
@@ -229,7 +226,7 @@ TEST(Names, OfCertificates) {
       const std::string text = decode(rest).substr(1);
       if (text.find('=') != std::string::npos && text[0] != '>') {
         const std::string again = from_hex(encode(text));
-        EXPECT_EQ(any_string(again), any_string(rest.substr(0, again.size()))) << text;
+        EXPECT_TRUE(std::equal(again.begin(), again.end(), rest.begin(), same)) << text;
         EXPECT_EQ(normalize(text), text);
         ++names;
       }

@@ -41,12 +41,10 @@ std::string from_codepage(const std::string& pages, const std::string& in) {
   const exact_t text(from_hex(in));
   const auto page = [&](int i) { return static_cast<codepage_t>(pages[i] - '0'); };
   const CodepageConverter converter(page(0), page(1));
-  const unsigned size = converter.output_size(text.data(), text.size());
-  std::string out(16, '*');
-  EXPECT_EQ(converter.convert(text.data(), text.size(), out.data(), std::max(size, 1U) - 1), 0U);
-  EXPECT_EQ(out, "****************") << in;
-  EXPECT_EQ(converter.convert(text.data(), text.size(), out.data(), 16), size) << in;
-  return out.substr(0, out.find('*'));
+  std::string out(converter.output_size(text.data(), text.size()), '*');
+  const auto size = static_cast<unsigned>(out.size());
+  EXPECT_EQ(converter.convert(text.data(), text.size(), out.data(), size), size) << in;
+  return out;
 }
 
 TEST(T61, Rows) {
