@@ -66,7 +66,7 @@ const std::string name = der(0x30, der(0x31, der(0x30, from_hex("06 03 55 04 03 
 const std::string map_text = "1.2.3 = X, a long name that does not fit into a short string\n1.2=Y";
 const std::string bytes(2000, '\1');
 const blob_t blob{size_of(bytes), data_of(bytes)};
-const std::string pfx = read_file(CORPUS "/containers/pfx_full");
+const std::string pfx = read_file(CORPUS "/containers/pfx_full.bin");
 const std::string old_text(64, '~');
 const oid_map_handle_t map = OID_MAP_HANDLE_DEFAULT;
 
