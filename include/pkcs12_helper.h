@@ -64,8 +64,9 @@ struct pkcs12_easy_t {
 // destroys the object. What the object throws passes through the library unchanged.
 //
 // The bytes that verify_mac and compute_mac are given are a complete OCTET STRING element, tag and
-// length included, whose content is the AuthenticatedSafe. RFC 7292 computes the MAC over that
-// content.
+// length included, whose content is the AuthenticatedSafe; RFC 7292 computes the MAC over that
+// content. verify_mac is called before anything inside the container is checked: where that is not
+// such an element it is given it all the same, of any size, and the read fails afterwards.
 class pbe_crypto_t {
  public:
   // Tells whether `mac` is right for `data`. Called once per read, before any bag is parsed.

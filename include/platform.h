@@ -26,6 +26,7 @@ enum codepage_t : unsigned {
 class PKIDER_API CodepageConverter {
  public:
   CodepageConverter(codepage_t source, codepage_t target);
+  // Not inline, so that it can change. NOLINTNEXTLINE(performance-trivially-destructible)
   ~CodepageConverter();
 
   // The number of bytes that converting `size` bytes of `text` gives; 0 for invalid or empty input.

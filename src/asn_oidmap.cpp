@@ -277,21 +277,21 @@ void oid_map_release(oid_map_handle_t map) {
 }
 
 const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsigned char* der, unsigned size) {
-  OIDdescr_t wanted;
+  OIDdescr_t wanted = {};
   wanted.oid_asn = der;
   wanted.oid_asn_size = size;
   return map->by_asn.find(wanted);
 }
 
 const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text, unsigned size) {
-  OIDdescr_t wanted;
+  OIDdescr_t wanted = {};
   wanted.oid_str = text;
   wanted.oid_str_size = size;
   return map->by_str.find(wanted);
 }
 
 const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned size) {
-  OIDdescr_t wanted;
+  OIDdescr_t wanted = {};
   wanted.oid_sn = name;
   wanted.oid_sn_size = size;
   return map->by_sn.find(wanted);
@@ -306,7 +306,7 @@ struct default_oid_map_t : OIDmaps_t {
 };
 
 struct file_closer_t {
-  void operator()(std::FILE* file) const { std::fclose(file); }
+  void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 
 // The whole file, or nothing if it cannot be read whole.
@@ -316,10 +316,10 @@ std::string read_file(const std::string& path) {
   if (file == nullptr || std::fgetc(file.get()) == EOF) {
     return {};
   }
-  std::fseek(file.get(), 0, SEEK_END);
+  static_cast<void>(std::fseek(file.get(), 0, SEEK_END));
   const long end = std::ftell(file.get());
   std::string text(static_cast<std::size_t>(end < 0 ? 1 : end), 0);
-  std::fseek(file.get(), 0, SEEK_SET);
+  std::rewind(file.get());
   if (std::fread(text.data(), text.size(), 1, file.get()) != 1) {
     return {};
   }

@@ -175,6 +175,7 @@ cert_time64_t CertTimeFromLogStringGMT(const std::string& text) {
   unsigned hour = 0;
   unsigned minute = 0;
   unsigned second = 0;
+  // NOLINTNEXTLINE(cert-err34-c): numbers past 32 bits are truncated like the fields
   if (std::sscanf(text.c_str(), "%u.%u.%u %u:%u:%u", &year, &month, &day, &hour, &minute, &second) <
       6) {
     return invalid_time;

@@ -296,7 +296,7 @@ std::uint64_t bag_room(const pkcs12_bag_t& bag) {
 
 template <unsigned N>
 void append_attribute(asn_tag_t_<N>& attributes, const unsigned char (&type)[9],
-                      asn_tag_t::Type value_tag, const blob_t& value) {
+                      unsigned char value_tag, const blob_t& value) {
   if (value.size == 0) {
     return;
   }
