@@ -53,16 +53,4 @@ TEST(Builder, CapacityIsAsNeededAnd16More) {
   EXPECT_TRUE(encoding(element) == der(0x31, "") && element.buf == kept && element.capacity == 50);
 }
 
-TEST(Builder, Nests) {
-  asn_tag_t_<0> parent(asn_tag_t::SEQUENCE);
-  parent.append_tag(asn_tag_t_<8>(asn_tag_t::OID, "\x2A\x03\x04", 3));
-  asn_tag_t_<3> grandparent(asn_tag_t::CONTEXT_0);
-  std::string content;
-  for (int children = 1; children < 100; ++children) {
-    grandparent.append_tag(parent);
-    content += from_hex("30 05 06 03 2A 03 04");
-    ASSERT_EQ(to_hex(encoding(grandparent)), to_hex(der(0xA0, content)));
-  }
-}
-
 }  // namespace

@@ -2,8 +2,8 @@
 
 #include <type_traits>
 
-#include "der_text.h"
 #include "pkcs12_helper.h"
+#include "rows.h"
 
 namespace {
 
@@ -147,10 +147,14 @@ const std::map<std::string, std::string (*)(const exact_t&)> readers = {
     {"mac", read_mac}, {"bags", read_pfx}, {"sealed", read_pfx},
     {"pfx", read_pfx}};
 
+// A change is "from -> to".
 TEST(Pkcs, Changes) {
   for (const row_t& row : file.rows) {
-    EXPECT_EQ(readers.at(row.sample)(exact_t(file.changed(row))), row.expected)
-        << row.sample << ": " << row.reason;
+    std::string text = file.texts.at(row.operation);
+    const std::size_t arrow = row.input.find(" -> ");
+    text.replace(text.find(row.input.substr(0, arrow)), arrow, row.input.substr(arrow + 4));
+    EXPECT_EQ(readers.at(row.operation)(exact_t(der_text(text))), row.expected)
+        << row.operation << ": " << row.reason;
   }
 }
 
@@ -160,19 +164,6 @@ TEST(Pkcs, DamagedInputStaysInBounds) {
     for_each_damaged(good, [&](const exact_t& in) {
       EXPECT_TRUE(readers.at(name)(in)[0] == 'n' || in.size() == good.size()) << in.size();
     });
-  }
-}
-
-TEST(Pkcs8, EveryFormOfLengths) {
-  for (const unsigned size : {0u, 57u, 58u, 59u, 127u, 128u, 255u, 256u, 506u, 70000u}) {
-    const std::string octets(size, 'k'), shown = to_hex(octets);
-    std::string out;
-    asn_write_pkcs8_encrypted_pki_gost({{view(octets), 2048, view(octets)}, view(octets)}, out);
-    // Zero bytes of the count are left out.
-    EXPECT_EQ(read_shrouded(exact_t(out)), "ok " + shown + "/8/" + shown + "/" + shown + " same");
-    asn_write_pkcs8_pki_gost({pkcs8_gost_alg_t{3}, view(octets)}, out);
-    const std::string head = der_text("02(00) 30(06() 30(06() 06(2A850302021E01)))");
-    EXPECT_EQ(out, der(0x30, head + der(4, der(4, octets)))) << size;
   }
 }
 
@@ -208,6 +199,9 @@ TEST(Pkcs12, CallsInOrderAndMoves) {
   EXPECT_EQ(to_hex(write(model, crypto)), to_hex(file.sample("written")));
   EXPECT_EQ(crypto.calls, "encrypt " + file.sample("encrypt") + "\ncompute ///0 " +
                               file.sample("compute") + "\n");
+  std::string unknown;
+  asn_write_pkcs8_pki_gost({pkcs8_gost_alg_t{3}, view(id)}, unknown);
+  EXPECT_EQ(unknown, der_text("30(02(00) 30(06() 30(06() 06(2A850302021E01))) 04(04(01)))"));
 }
 
 }  // namespace

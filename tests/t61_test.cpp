@@ -2,8 +2,8 @@
 
 #include "t61.h"
 
-#include "der_text.h"
 #include "platform.h"
+#include "rows.h"
 
 namespace {
 
@@ -18,45 +18,38 @@ TEST(T61, EveryPairAgreesWithUnicode) {
   }
 }
 
-std::string from_t61(const std::string& in) {
-  const exact_t text(from_hex(in));
+std::string from_t61(const row_t& row) {
+  const exact_t text(from_hex(row.input));
   std::string out;
   ldap_t61s_to_utf8s(reinterpret_cast<const char*>(text.data()), text.size() - 1, out);
-  return out;
+  return to_hex(out);
 }
 
 // With one byte too little, nothing is written.
-std::string from_code_point(const std::string& in) {
-  const auto code_point = static_cast<unsigned>(std::stoul(in, nullptr, 16));
+std::string from_code_point(const row_t& row) {
+  const auto code_point = static_cast<unsigned>(std::stoul(row.input, nullptr, 16));
   const int size = ldap_x_wc_to_utf8(nullptr, code_point, 0);
   std::string out(8, '*');
   const auto room = static_cast<unsigned>(size);
-  EXPECT_EQ(ldap_x_wc_to_utf8(out.data(), code_point, room - 1), std::min(size, 0)) << in;
+  EXPECT_EQ(ldap_x_wc_to_utf8(out.data(), code_point, room - 1), std::min(size, 0));
   EXPECT_EQ(out, "********");
-  EXPECT_EQ(ldap_x_wc_to_utf8(out.data(), code_point, room), size) << in;
-  return out.substr(0, out.find('*'));
+  EXPECT_EQ(ldap_x_wc_to_utf8(out.data(), code_point, room), size);
+  return to_hex(out.substr(0, out.find('*')));
 }
 
-std::string from_codepage(const std::string& pages, const std::string& in) {
-  const exact_t text(from_hex(in));
-  const auto page = [&](int i) { return static_cast<codepage_t>(pages[i] - '0'); };
+std::string from_codepage(const row_t& row) {
+  const exact_t text(from_hex(row.input));
+  const auto page = [&](int i) { return static_cast<codepage_t>(row.argument[i] - '0'); };
   const CodepageConverter converter(page(0), page(1));
   std::string out(converter.output_size(text.data(), text.size()), '*');
   const auto size = static_cast<unsigned>(out.size());
-  EXPECT_EQ(converter.convert(text.data(), text.size(), out.data(), size), size) << in;
-  return out;
+  EXPECT_EQ(converter.convert(text.data(), text.size(), out.data(), size), size);
+  return to_hex(out);
 }
 
 TEST(T61, Rows) {
-  const rows_t file("t61.txt");
-  ASSERT_GT(file.rows.size(), 30U);
-  for (const auto& [conversion, reason, in, expected] : file.rows) {
-    EXPECT_EQ(to_hex(conversion == "t61"          ? from_t61(in)
-                     : conversion == "code point" ? from_code_point(in)
-                                                  : from_codepage(conversion, in)),
-              expected)
-        << conversion << ": " << reason;
-  }
+  run_rows(rows_t("t61.txt"),
+           {{"t61", from_t61}, {"code-point", from_code_point}, {"pages", from_codepage}});
 }
 
 }  // namespace

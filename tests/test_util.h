@@ -1,5 +1,4 @@
-// Small tools of all tests: byte strings from and to hex, exact-size copies of inputs, cases as
-// rows of text files.
+// Small tools of all tests: byte strings from and to hex, exact-size copies of inputs.
 
 #ifndef PKIDER_TESTS_TEST_UTIL_H
 #define PKIDER_TESTS_TEST_UTIL_H
@@ -7,15 +6,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
-#include <fstream>
 #include <iterator>
-#include <map>
 #include <memory>
-#include <sstream>
-#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 // Bytes from hex digits; everything that is no hex digit is a separator.
 inline std::string from_hex(std::string_view text) {
@@ -59,50 +53,6 @@ inline std::string der(unsigned char tag, const std::string& content) {
     length.insert(0, 1, static_cast<char>(content.empty() ? 0 : 0x80 | length.size()));
   }
   return static_cast<char>(tag) + length + content;
-}
-
-// The rows of a file of tests/data: fields with " | " between, lines that begin with '#' left out.
-inline std::vector<std::vector<std::string>> data_rows(const char* path) {
-  std::ifstream in(path);
-  std::vector<std::vector<std::string>> rows;
-  for (std::string line; std::getline(in, line);) {
-    if (line[0] != '#') {
-      rows.emplace_back();
-      for (line += " | "; !line.empty(); line.erase(0, line.find(" | ") + 3)) {
-        rows.back().push_back(line.substr(0, line.find(" | ")));
-      }
-    }
-  }
-  return rows.empty() ? throw std::runtime_error(path) : rows;
-}
-
-// Runs the rows "operation | input | result" of a file. Those whose result differed come back.
-inline std::string wrong_rows(
-    const char* path,
-    const std::map<std::string, std::string (*)(const std::string&)>& operations) {
-  std::string wrong;
-  for (const auto& row : data_rows(path)) {
-    const std::string got = operations.at(row.at(0))(row.at(1));
-    wrong += got == row.at(2) ? "" : row[0] + " | " + row[1] + " | " + got + "\n";
-  }
-  return wrong;
-}
-
-// The content octets of a dotted OID.
-inline std::string oid_der(const std::string& dotted) {
-  std::istringstream in(dotted);
-  unsigned long long first, arc;
-  std::string out;
-  in >> first;
-  for (char dot; in >> dot >> arc; first = 0) {
-    arc += first * 40;
-    std::string groups(1, static_cast<char>(arc % 128));
-    while ((arc /= 128) != 0) {
-      groups.insert(0, 1, static_cast<char>(128 + arc % 128));
-    }
-    out += groups;
-  }
-  return out;
 }
 
 // A copy in a heap block of exactly its size, so that AddressSanitizer sees any read past its end.

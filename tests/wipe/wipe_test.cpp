@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <new>
 
-#include "der_text.h"
+#include "rows.h"
 #include "pkcs12_helper.h"
 
 namespace {

@@ -1,13 +1,15 @@
-// DER written as text, files of rows of it, and the output of Python programs.
+// DER written as text, cases as rows of text files, and the output of Python programs.
 
-#ifndef PKIDER_TESTS_DER_TEXT_H
-#define PKIDER_TESTS_DER_TEXT_H
+#ifndef PKIDER_TESTS_ROWS_H
+#define PKIDER_TESTS_ROWS_H
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <fstream>
 #include <map>
 #include <sstream>
+#include <vector>
 
 #include "asn_reader.h"
 #include "test_util.h"
@@ -34,11 +36,11 @@ inline std::string der_text(std::string_view text) {
 }
 
 struct row_t {
-  std::string sample, reason, change, expected;
+  std::string operation, argument, reason, input, expected;
 };
 
-// A file of tests/data: rows "sample | reason | change | expected", and the samples, which lines
-// "$name = text" name.
+// A file of tests/data: rows "operation argument|reason|input|expected", and texts: a line
+// "$name = text" gives one, and "$name" stands for it in the lines after.
 struct rows_t {
   std::vector<row_t> rows;
   std::map<std::string, std::string> texts;
@@ -46,33 +48,41 @@ struct rows_t {
   explicit rows_t(const char* file) {
     std::ifstream in(std::string(TEST_DATA) + file);
     for (std::string line; std::getline(in, line);) {
-      const std::string start = line.substr(0, 1);
-      for (std::size_t at = 1; start != "#" && (at = line.find('$', at)) != std::string::npos;) {
-        const std::size_t end = line.find_first_of(" ()|", at);
+      const char start = line[0];
+      for (std::size_t at = 1; start != '#' && (at = line.find('$', at)) != std::string::npos;) {
+        const std::size_t end = line.find_first_of(" ()|$", at + 1);
         line.replace(at, end - at, texts.at(line.substr(at + 1, end - at - 1)));
       }
-      if (start == "$") {
+      if (start == '$') {
         texts[line.substr(1, line.find(' ') - 1)] = line.substr(line.find("= ") + 2);
-      } else if (!start.empty() && start != "#") {
+      } else if (start != '#' && start != 0) {
         std::istringstream fields(line);
         row_t& row = rows.emplace_back();
-        for (std::string* field : {&row.sample, &row.reason, &row.change, &row.expected}) {
+        for (std::string* field : {&row.operation, &row.reason, &row.input}) {
           std::getline(fields, *field, '|');
         }
+        std::getline(fields, row.expected);
+        row.argument =
+            row.operation.substr(std::min(row.operation.size(), row.operation.find(' ')));
+        row.operation.resize(row.operation.size() - row.argument.size());
+        row.argument.erase(0, 1);
       }
     }
   }
 
   std::string sample(const std::string& name) const { return der_text(texts.at(name)); }
-
-  // A row's sample after its change "from -> to".
-  std::string changed(const row_t& row) const {
-    std::string text = texts.at(row.sample);
-    const std::size_t arrow = row.change.find(" -> ");
-    const std::string from = row.change.substr(0, arrow);
-    return der_text(text.replace(text.find(from), from.size(), row.change.substr(arrow + 4)));
-  }
 };
+
+using operations_t = std::map<std::string, std::string (*)(const row_t&)>;
+
+// Runs the operation of each row of a file.
+inline void run_rows(const rows_t& file, const operations_t& operations) {
+  EXPECT_FALSE(file.rows.empty());
+  for (const row_t& row : file.rows) {
+    EXPECT_EQ(operations.at(row.operation)(row), row.expected)
+        << row.operation << ' ' << row.argument << ": " << row.reason << ": " << row.input;
+  }
+}
 
 inline blob_t view(const std::string& bytes) {
   return {static_cast<unsigned>(bytes.size()),
