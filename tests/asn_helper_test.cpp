@@ -10,15 +10,9 @@ pki_alg_t code_of(const std::string& hex) {
   return static_cast<pki_alg_t>(std::stoul(hex, nullptr, 16));
 }
 
-std::string show(pki_alg_t code) {
-  std::ostringstream text;
-  text << std::hex << std::uppercase << code;
-  return text.str();
-}
-
 std::string name(const row_t& row) {
   const IntToString& at = I2S_PKI_ALG_T[std::stoul(row.input)];
-  return at.name == nullptr ? "none" : show(static_cast<pki_alg_t>(at.value)) + " " + at.name;
+  return at.name == nullptr ? "none" : hex_number(static_cast<pki_alg_t>(at.value)) + " " + at.name;
 }
 
 // Codes and OIDs that are almost listed are not.
@@ -33,7 +27,7 @@ std::string map(const row_t& row) {
   EXPECT_EQ(to_alg(nullptr, 0), 0u);
   EXPECT_EQ(to_oid(code_of(row.argument) | 0x80000000)->data, nullptr) << row.argument;
   EXPECT_EQ(to_oid(0)->size, 0u);
-  return to_hex(bytes_of(*to_oid(code_of(row.argument)))) + " = " + show(code);
+  return to_hex(bytes_of(*to_oid(code_of(row.argument)))) + " = " + hex_number(code);
 }
 
 // The code that the form is read back as stands behind it.
@@ -42,7 +36,7 @@ std::string form(const row_t& row) {
   const exact_t in(bytes_of(*formed));
   asn_ike_signalg_t alg;
   const bool ok = asn_read_ike_signalg(in.data(), in.size(), alg);
-  return ok ? to_hex(in.bytes()) + " = " + show(alg.to_pki_alg()) : "none";
+  return ok ? to_hex(in.bytes()) + " = " + hex_number(alg.to_pki_alg()) : "none";
 }
 
 std::string digest_info(const row_t& row) {
@@ -103,7 +97,7 @@ std::string read_dsa(const exact_t& in) {
 std::string read_signalg(const exact_t& in) {
   asn_ike_signalg_t alg;
   const bool ok = asn_read_ike_signalg(in.data(), in.size(), alg);
-  return show(in, ok, {alg.oid, alg.params}) + (ok ? show(alg.to_pki_alg()) : "");
+  return show(in, ok, {alg.oid, alg.params}) + (ok ? hex_number(alg.to_pki_alg()) : "");
 }
 
 // The OID is left in the result also when a later element is at fault.

@@ -126,20 +126,17 @@ std::string write(const pkcs12_easy_t& model, fake_crypto_t& crypto) {
   return out;
 }
 
-// What is read is read again from what is written of it.
 std::string read_pfx(const exact_t& in) {
   fake_crypto_t crypto;
-  pkcs12_easy_t model, again;
-  if (!asn_read_pkcs12_easy(in.data(), in.size(), &crypto, model)) {
-    return crypto.calls.empty() ? "no, unasked"
-                                : "no, " + std::to_string(model.plain_bags.size()) + "+" +
-                                      std::to_string(model.encrypted_bags.size()) + " kept " +
-                                      std::to_string(model.decrypted_data.size());
+  pkcs12_easy_t model;
+  if (asn_read_pkcs12_easy(in.data(), in.size(), &crypto, model)) {
+    const std::string shown = show(model);
+    return shown + (write(model, crypto) == in.bytes() ? " same" : "");
   }
-  const exact_t out(write(model, crypto));
-  EXPECT_TRUE(asn_read_pkcs12_easy(out.data(), out.size(), &crypto, again));
-  EXPECT_EQ(show(again), show(model));
-  return show(model) + (out.bytes() == in.bytes() ? " same" : "");
+  return crypto.calls.empty() ? "no, unasked"
+                              : "no, " + std::to_string(model.plain_bags.size()) + "+" +
+                                    std::to_string(model.encrypted_bags.size()) + " kept " +
+                                    std::to_string(model.decrypted_data.size());
 }
 
 const std::map<std::string, std::string (*)(const exact_t&)> readers = {

@@ -89,6 +89,12 @@ inline blob_t view(const std::string& bytes) {
           reinterpret_cast<const unsigned char*>(bytes.data())};
 }
 
+inline std::string hex_number(unsigned long long number) {
+  std::ostringstream text;
+  text << std::hex << std::uppercase << number;
+  return text.str();
+}
+
 // The lines that Python prints.
 inline std::vector<std::string> python(const std::string& arguments) {
   std::vector<std::string> lines;
