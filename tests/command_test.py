@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the command as its users do, beside openssl and certtool, and the README's examples.
+"""Runs the command as its users do, beside openssl, and the README's examples.
 
 command_test.py COMMAND LIBRARY_DIR ROOT COMPILER...
 """
@@ -97,20 +97,6 @@ def test_certificates_against_openssl():
         expect(file, got, wanted)
 
 
-def test_gost_certificates():
-    write("template", 'cn = "Пётр"\nserial = 7\nca\n')
-    for bits, key_set, digest in (("256", "1.2.643.2.2.35.1", "1.2.643.7.1.1.2.2"),
-                                  ("512", "1.2.643.7.1.2.1.2.1", "1.2.643.7.1.1.2.3")):
-        run("certtool", "--generate-privkey", "--key-type", "gost12-" + bits, "--outfile", "key")
-        run("certtool", "--generate-self-signed", "--load-privkey", "key", "--template", "template",
-            "--outfile", "gost")
-        ours = fields(run(PKIDER, "cert", "gost")[1])
-        expect(bits, [ours["subject"], ours["public key"], ours["key parameters"].split()[0],
-                      ours["digest parameters"].split()[0], ours["signature"]],
-               ["CN=Пётр", "GOST R 34.10-2012 " + bits, key_set, digest,
-                "GOST R 34.11-2012/34.10-2012 " + bits])
-
-
 def test_readme():
     with open(ROOT + "/README.md", encoding="utf-8") as file:
         readme = file.read()
@@ -126,7 +112,7 @@ def test_readme():
 
 with tempfile.TemporaryDirectory() as directory:
     os.chdir(directory)
-    for test in (test_runs, test_certificates_against_openssl, test_gost_certificates, test_readme):
+    for test in (test_runs, test_certificates_against_openssl, test_readme):
         test()
 print("\n".join(failures) or "all as expected")
 sys.exit(bool(failures))

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Exchanges keys and containers with certtool and, where its GOST engine is there, openssl.
+"""Exchanges keys, certificates and containers with certtool and, where its GOST engine is there, openssl.
 
 partner_test.py COMMAND EXAMPLES
 """
@@ -15,7 +15,14 @@ import tempfile
 PKIDER, EXAMPLES = sys.argv[1:]
 PASSWORD = "пароль sample"
 GOST = ["--pkcs-cipher", "gost28147-cpa", "--hash", "gostr341194"]
-TEMPLATE = """cn = "User {}"\norganization = "{}"\nserial = 1\nexpiration_days = -1\nsigning_key\n"""
+# Each kind of key, and its parameters and algorithms in a certificate.
+KINDS = {
+    "gost12-512": ["GOST R 34.10-2012 512", "1.2.643.7.1.2.1.2.1", "1.2.643.7.1.1.2.3",
+                   "GOST R 34.11-2012/34.10-2012 512"],
+    "gost12-256": ["GOST R 34.10-2012 256", "1.2.643.2.2.35.1", "1.2.643.7.1.1.2.2",
+                   "GOST R 34.11-2012/34.10-2012 256"],
+    "gost01": ["GOST R 34.10-2001", "1.2.643.2.2.35.1", "1.2.643.2.2.30.1", "GOST R 34.11/34.10-2001"]}
+TEMPLATE = """cn = "Имя {}"\norganization = "{}"\nserial = 1\nexpiration_days = -1\nsigning_key\n"""
 ENV = {"PASSWORD": PASSWORD, "WRONG": "wrong", "GOST_PBE_HMAC": "md_gost94", **os.environ,
        "LC_ALL": "C.UTF-8"}
 
@@ -58,6 +65,9 @@ def exchange(kind, at):
             file.write(TEMPLATE.format(name, "Org " * 100))
         certtool("--generate-self-signed", "--load-privkey", name, "--no-text", "--template", "template",
                  "--outfile", name + ".crt")
+    shown = run(PKIDER, "cert", "key.crt", cwd=at)
+    check("certificate", "CN=Имя key\n" in shown and KINDS[kind] == re.findall(
+        r"^(?:public key|key parameters|digest parameters|signature): *(.*?)(?: \(.*)?$", shown, re.M))
     key, cert, other = (read(at, name) for name in ["key", "key.crt", "other.crt"])
     dump = run("certtool", "-k", "--infile", "key", cwd=at)
     key_id = re.search("sha1:(.*)", dump)[1].upper()
@@ -147,7 +157,7 @@ def ask_terminal():
 with tempfile.TemporaryDirectory() as directory, \
         concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
     jobs = [pool.submit(exchange, kind, tempfile.mkdtemp(dir=directory))
-            for kind in ["gost12-512", "gost12-256", "gost01"]]
+            for kind in KINDS]
     jobs.append(pool.submit(ask_terminal))
 for job in jobs:
     job.result()
