@@ -20,14 +20,18 @@ namespace {
 long allowed = -1;  // allocations before one fails; negative: none fails
 long live = 0;
 
-void* allocate(std::size_t size) {
+void* try_to_allocate(std::size_t size) {
   void* const block = allowed == 0 ? nullptr : std::malloc(size + 1);
-  if (block == nullptr) {
-    throw std::bad_alloc();
-  }
   allowed -= allowed > 0 ? 1 : 0;
-  ++live;
+  live += block != nullptr ? 1 : 0;
   return block;
+}
+
+void* allocate(std::size_t size) {
+  if (void* const block = try_to_allocate(size)) {
+    return block;
+  }
+  throw std::bad_alloc();
 }
 
 void release(void* block) {
@@ -40,6 +44,7 @@ void release(void* block) {
 // clang-format off
 void* operator new(std::size_t size) { return allocate(size); }
 void* operator new[](std::size_t size) { return allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return try_to_allocate(size); }
 void operator delete(void* block) noexcept { release(block); }
 void operator delete[](void* block) noexcept { release(block); }
 void operator delete(void* block, std::size_t) noexcept { release(block); }
