@@ -94,9 +94,8 @@ PKIDER_API bool asn_oid_to_printable(const unsigned char* der, unsigned len, std
 //
 // A name is looked up in `map` by short name (ASCII case ignored) or else must be a dotted OID. A
 // value is one of
-//   plain   a backslash stands before one of " # + , ; < = > \ or before two hexadecimal digits
-//   that
-//           give a byte; without one, none of these nine may stand anywhere in it;
+//   plain   a backslash stands before one of " # + , ; < = > \ or before two hexadecimal
+//           digits that give a byte; without one, none of these nine may stand anywhere in it;
 //   "..."   only \" is an escape (for a quote); any other backslash stands for itself;
 //   #hex    the DER of an element, of which identifier and content are taken.
 // Except for #hex the string type follows from the bytes alone: PrintableString if they all belong
@@ -116,8 +115,7 @@ PKIDER_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_ha
 //
 // The normal form of a name is its own normal form, with two exceptions: a byte 00 of a value (\00)
 // stands as it is in `out`, where it ends the text for whoever reads it as zero-terminated; and a
-// dotted type below 2 whose second arc is 40 or more prints with another first arc
-// (oid_asn_to_str_).
+// dotted type whose second arc is 40 or more prints with another first arc (oid_asn_to_str_).
 PKIDER_API bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der,
                                        oid_map_handle_t map);
 
