@@ -69,6 +69,16 @@ inline blob_t asn1_view_(const asn_iter_t& content) {
   return {content.len, content.ptr};
 }
 
+// The same step, its content as a view, which is untouched on failure.
+inline bool asn1_read_view_(asn_tag_t::Type type, asn_iter_t* cur, blob_t* out) {
+  asn_iter_t content;
+  if (!asn1_read_tag_i_(type, cur, &content)) {
+    return false;
+  }
+  *out = asn1_view_(content);
+  return true;
+}
+
 inline asn_iter_t asn1_iter_(const blob_t& view) {
   return {view.data, view.size};
 }

@@ -317,13 +317,10 @@ bool asn_read_alg_from_digest(asn_algorid_t* alg, const std::string& digest_info
   asn_iter_t info;
   asn_iter_t algorithm;
   asn_iter_t element;
-  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &info) ||
-      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) ||
-      !asn1_read_tag_i_(asn_tag_t::OID, &algorithm, &element)) {
-    return false;
-  }
-  alg->oid = asn1_view_(element);
-  return asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &element) &&  // D16: not optional
+  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &info) &&
+         asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) &&
+         asn1_read_view_(asn_tag_t::OID, &algorithm, &alg->oid) &&
+         asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &element) &&  // D16: not optional
          asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &info, &element);
 }
 
@@ -338,19 +335,18 @@ bool asn_read_pubkey(const unsigned char* p, long n, asn_pubkey_t& out) {
   asn_iter_t input = {p, static_cast<unsigned>(n)};
   asn_iter_t info;
   asn_iter_t algorithm;
-  asn_iter_t element;
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &info) ||
       !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) ||
-      !asn1_read_tag_i_(asn_tag_t::OID, &algorithm, &element)) {
+      !asn1_read_view_(asn_tag_t::OID, &algorithm, &out.alg)) {
     return false;
   }
-  out.alg = asn1_view_(element);
   out.params = asn1_view_(algorithm);
   asn_iter_t rest = asn1_range_(info.ptr, p + n);  // D17: not bounded by the SEQUENCE
-  if (!asn1_read_tag_i_(asn_tag_t::BIT_STRING, &rest, &element) || element.len == 0) {
+  asn_iter_t bits;
+  if (!asn1_read_tag_i_(asn_tag_t::BIT_STRING, &rest, &bits) || bits.len == 0) {
     return false;
   }
-  out.key = {element.len - 1, element.ptr + 1};  // D18: whatever the first byte says
+  out.key = {bits.len - 1, bits.ptr + 1};  // D18: whatever the first byte says
   return true;
 }
 
@@ -369,11 +365,7 @@ bool asn_read_rsa_pubkey(const asn_pubkey_t& pk, asn_rsa_pubkey_t& out) {
   }
   out.modulus = asn1_view_(integer);
   asn_iter_t rest = asn1_range_(key.ptr, pk.key.data + pk.key.size);  // D17
-  if (!asn1_read_tag_i_(asn_tag_t::INTEGER, &rest, &integer)) {
-    return false;
-  }
-  out.exponent = asn1_view_(integer);
-  return true;
+  return asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.exponent);
 }
 
 // Takes an OBJECT IDENTIFIER off `cur`, as the whole element.
@@ -402,12 +394,7 @@ bool asn_read_gost_pubkey(const asn_pubkey_t& pk, asn_gost_pubkey_t& out) {
     out.encryption_param_set = {};
   }
   asn_iter_t bits = asn1_iter_(pk.key);
-  asn_iter_t key;
-  if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &bits, &key)) {
-    return false;
-  }
-  out.key = asn1_view_(key);
-  return true;
+  return asn1_read_view_(asn_tag_t::OCTET_STRING, &bits, &out.key);
 }
 
 // ---- Signatures ----
@@ -416,29 +403,21 @@ bool asn_read_gost_pubkey(const asn_pubkey_t& pk, asn_gost_pubkey_t& out) {
 bool asn_read_dsa_certsign(const unsigned char* p, unsigned n, asn_dsa_certsign_t& out) {
   asn_iter_t input = {p, n};
   asn_iter_t value;
-  asn_iter_t integer;
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &value) ||
-      !asn1_read_tag_i_(asn_tag_t::INTEGER, &value, &integer)) {
+      !asn1_read_view_(asn_tag_t::INTEGER, &value, &out.r)) {
     return false;
   }
-  out.r = asn1_view_(integer);
   asn_iter_t rest = asn1_range_(value.ptr, p + n);  // D17
-  if (!asn1_read_tag_i_(asn_tag_t::INTEGER, &rest, &integer)) {
-    return false;
-  }
-  out.s = asn1_view_(integer);
-  return true;
+  return asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.s);
 }
 
 bool asn_read_ike_signalg(const unsigned char* p, unsigned n, asn_ike_signalg_t& out) {
   asn_iter_t input = {p, n};
   asn_iter_t algorithm;
-  asn_iter_t oid;
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &algorithm) ||
-      !asn1_read_tag_i_(asn_tag_t::OID, &algorithm, &oid)) {
+      !asn1_read_view_(asn_tag_t::OID, &algorithm, &out.oid)) {
     return false;
   }
-  out.oid = asn1_view_(oid);
   out.params = asn1_view_(asn1_range_(algorithm.ptr, p + n));  // D17
   return true;
 }
@@ -475,12 +454,10 @@ bool read_pss_hash(const blob_t& der, blob_t& hash) {
     return false;
   }
   if (algorithm.ptr != nullptr) {
-    asn_iter_t oid;
-    if (!asn1_read_tag_i_(asn_tag_t::OID, &algorithm, &oid) ||
+    if (!asn1_read_view_(asn_tag_t::OID, &algorithm, &hash) ||
         (algorithm.len != 0 && !asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &ignored))) {
       return false;
     }
-    hash = asn1_view_(oid);
   }
   return read_optional_field(1, asn_tag_t::SEQUENCE, &params, &ignored) &&
          read_optional_field(2, asn_tag_t::INTEGER, &params, &ignored) &&

@@ -76,27 +76,14 @@ struct pkcs7_content_info_t {
 // Reads the content of the SEQUENCE.
 bool asn_read_pkcs7_ContentInfo(const unsigned char* der, unsigned len, pkcs7_content_info_t& out) {
   asn_iter_t input = {der, len};
-  asn_iter_t element;
-  if (!asn1_read_tag_i_(asn_tag_t::OID, &input, &element)) {
-    return false;
-  }
-  out.content_type = asn1_view_(element);
-  if (!asn1_read_tag_i_(asn_tag::CONTEXT, 0, &input, &element)) {
-    return false;
-  }
-  out.content = asn1_view_(element);
-  return true;
+  return asn1_read_view_(asn_tag_t::OID, &input, &out.content_type) &&
+         asn1_read_view_(asn_tag_t::CONTEXT_0, &input, &out.content);
 }
 
 // Reads the content of type data: the octets of its OCTET STRING.
 bool asn_read_pkcs7_data(const unsigned char* der, unsigned len, blob_t& out) {
   asn_iter_t input = {der, len};
-  asn_iter_t octets;
-  if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &input, &octets)) {
-    return false;
-  }
-  out = asn1_view_(octets);
-  return true;
+  return asn1_read_view_(asn_tag_t::OCTET_STRING, &input, &out);
 }
 
 void asn_write_pkcs7_ContentInfo(const unsigned char (&type)[9], const asn_tag_t_<0>& content,
@@ -116,32 +103,25 @@ void asn_write_pkcs7_ContentInfo(const unsigned char (&type)[9], const asn_tag_t
 bool asn_read_pkcs12_MacData(const unsigned char* der, unsigned len, pkcs12_mac_t& out) {
   asn_iter_t input = {der, len};
   asn_iter_t digest_info;
-  asn_iter_t element;
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &digest_info) ||
-      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &digest_info, &element)) {
+      !asn1_read_view_(asn_tag_t::SEQUENCE, &digest_info, &out.digest_alg) ||
+      !asn1_read_view_(asn_tag_t::OCTET_STRING, &digest_info, &out.digest) ||
+      !asn1_read_view_(asn_tag_t::OCTET_STRING, &input, &out.mac_salt)) {
     return false;
   }
-  out.digest_alg = asn1_view_(element);
-  if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &digest_info, &element)) {
-    return false;
-  }
-  out.digest = asn1_view_(element);
-  if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &input, &element)) {
-    return false;
-  }
-  out.mac_salt = asn1_view_(element);
   if (!asn1_next_is_(asn_tag_t::INTEGER, input)) {
     out.mac_iterations = 1;
     return true;
   }
-  if (!asn1_read_tag_i_(asn_tag_t::INTEGER, &input, &element)) {
+  asn_iter_t iterations;
+  if (!asn1_read_tag_i_(asn_tag_t::INTEGER, &input, &iterations)) {
     return false;
   }
-  if (element.len == 0) {
+  if (iterations.len == 0) {
     out.mac_iterations = 1;
     return true;
   }
-  return asn_read_INTEGER(element.ptr, element.len, out.mac_iterations, 0xFFFFFFFF);
+  return asn_read_INTEGER(iterations.ptr, iterations.len, out.mac_iterations, 0xFFFFFFFF);
 }
 
 namespace {
@@ -176,24 +156,21 @@ struct pkcs12_easy_wrap_t {
 bool read_attributes(asn_iter_t attributes, pkcs12_bag_t& bag) {
   while (attributes.len != 0) {
     asn_iter_t attribute;
-    asn_iter_t type;
+    blob_t type;
     asn_iter_t values;
-    asn_iter_t value;
     if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &attributes, &attribute) ||
-        !asn1_read_tag_i_(asn_tag_t::OID, &attribute, &type) ||
+        !asn1_read_view_(asn_tag_t::OID, &attribute, &type) ||
         !asn1_read_tag_i_(asn_tag_t::SET, &attribute, &values)) {
       return false;
     }
-    if (asn_oid_equal_(asn1_view_(type), g_oid_pkcs9_at_friendlyName)) {
-      if (!asn1_read_tag_i_(asn_tag_t::BMP_STRING, &values, &value)) {
-        return false;
-      }
-      bag.friendly_name = asn1_view_(value);
-    } else if (asn_oid_equal_(asn1_view_(type), g_oid_pkcs9_at_localKeyId)) {  // D52: the last wins
-      if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &values, &value)) {
-        return false;
-      }
-      bag.local_key_id = asn1_view_(value);
+    // D52: of equal types the last wins, of values the first.
+    if (asn_oid_equal_(type, g_oid_pkcs9_at_friendlyName) &&
+        !asn1_read_view_(asn_tag_t::BMP_STRING, &values, &bag.friendly_name)) {
+      return false;
+    }
+    if (asn_oid_equal_(type, g_oid_pkcs9_at_localKeyId) &&
+        !asn1_read_view_(asn_tag_t::OCTET_STRING, &values, &bag.local_key_id)) {
+      return false;
     }
   }
   return true;
@@ -219,24 +196,19 @@ bool read_certificate(asn_iter_t value, blob_t& certificate) {
   asn_iter_t cert_bag;
   asn_iter_t cert_id;  // D52: any is accepted
   asn_iter_t wrapper;
-  asn_iter_t octets;
-  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &value, &cert_bag) ||
-      !asn1_read_tag_i_(asn_tag_t::OID, &cert_bag, &cert_id) ||
-      !asn1_read_tag_i_(asn_tag::CONTEXT, 0, &cert_bag, &wrapper) ||
-      !asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &wrapper, &octets)) {
-    return false;
-  }
-  certificate = asn1_view_(octets);
-  return true;
+  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &value, &cert_bag) &&
+         asn1_read_tag_i_(asn_tag_t::OID, &cert_bag, &cert_id) &&
+         asn1_read_tag_i_(asn_tag::CONTEXT, 0, &cert_bag, &wrapper) &&
+         asn1_read_view_(asn_tag_t::OCTET_STRING, &wrapper, &certificate);
 }
 
 // SafeBag ::= SEQUENCE { bagId OBJECT IDENTIFIER, bagValue [0] EXPLICIT ANY,
 //   bagAttributes SET OF Attribute OPTIONAL }
 bool read_bag(asn_iter_t safe_bag, bool encrypted, pkcs12_easy_wrap_t& wrap) {
-  asn_iter_t id;
+  blob_t kind;
   asn_iter_t value;
   asn_iter_t attributes;
-  if (!asn1_read_tag_i_(asn_tag_t::OID, &safe_bag, &id) ||
+  if (!asn1_read_view_(asn_tag_t::OID, &safe_bag, &kind) ||
       !asn1_read_tag_i_(asn_tag::CONTEXT, 0, &safe_bag, &value)) {
     return false;
   }
@@ -249,7 +221,6 @@ bool read_bag(asn_iter_t safe_bag, bool encrypted, pkcs12_easy_wrap_t& wrap) {
   if (!read_attributes(attributes, bag)) {
     return false;
   }
-  const blob_t kind = asn1_view_(id);
   std::list<pkcs12_bag_t>& bags = encrypted ? wrap.easy->encrypted_bags : wrap.easy->plain_bags;
   if (asn_oid_equal_(kind, g_oid_pkcs12_id_keyBag)) {
     bag.type = PKCS12_BAG_KEY;
@@ -371,14 +342,14 @@ bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
   asn_iter_t data;
   asn_iter_t version;
   asn_iter_t info;
-  asn_iter_t type;
+  blob_t type;
   asn_iter_t algorithm;
   asn_iter_t ciphertext;
   asn_iter_t attributes;
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &data) ||
       !asn1_read_tag_i_(asn_tag_t::INTEGER, &data, &version) ||
       !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &data, &info) ||
-      !asn1_read_tag_i_(asn_tag_t::OID, &info, &type) ||
+      !asn1_read_view_(asn_tag_t::OID, &info, &type) ||
       !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) ||
       !asn1_read_tag_i_(asn_tag::CONTEXT_PRIMITIVE, 0, &info, &ciphertext) ||
       (data.len != 0 && !asn1_read_tag_i_(asn_tag_t::ANY, &data, &attributes)) ||
@@ -387,7 +358,7 @@ bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
   }
   pkcs5_pbe_gost_t pbe;
   plaintext_t plaintext;
-  if (!asn_oid_equal_(asn1_view_(type), g_oid_pkcs7_id_data) ||
+  if (!asn_oid_equal_(type, g_oid_pkcs7_id_data) ||
       !asn_read_pkcs5_pbe_gost(algorithm.ptr, algorithm.len, pbe) ||
       !wrap.crypto->decrypt(pbe, ciphertext.ptr, ciphertext.len, plaintext.text())) {
     return true;

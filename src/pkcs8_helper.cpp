@@ -8,26 +8,6 @@
 
 namespace {
 
-// Takes an OBJECT IDENTIFIER off `cur`.
-bool read_oid(asn_iter_t* cur, blob_t& oid) {
-  asn_iter_t element;
-  if (!asn1_read_tag_i_(asn_tag_t::OID, cur, &element)) {
-    return false;
-  }
-  oid = asn1_view_(element);
-  return true;
-}
-
-// Takes an OCTET STRING off `cur`.
-bool read_octets(asn_iter_t* cur, blob_t& octets) {
-  asn_iter_t element;
-  if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, cur, &element)) {
-    return false;
-  }
-  octets = asn1_view_(element);
-  return true;
-}
-
 template <unsigned N, unsigned M>
 void append_oid(asn_tag_t_<N>& parent, const unsigned char (&oid)[M]) {
   parent.append_element(asn_tag_t::OID, oid, M);
@@ -42,9 +22,11 @@ bool read_cipher(asn_iter_t* params, blob_t& cipher, blob_t& iv) {
   asn_iter_t scheme;
   asn_iter_t cipher_params;
   blob_t param_set;  // D41: any is accepted
-  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, params, &scheme) && read_oid(&scheme, cipher) &&
+  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, params, &scheme) &&
+         asn1_read_view_(asn_tag_t::OID, &scheme, &cipher) &&
          asn1_read_tag_i_(asn_tag_t::SEQUENCE, &scheme, &cipher_params) &&
-         read_octets(&cipher_params, iv) && read_oid(&cipher_params, param_set);
+         asn1_read_view_(asn_tag_t::OCTET_STRING, &cipher_params, &iv) &&
+         asn1_read_view_(asn_tag_t::OID, &cipher_params, &param_set);
 }
 
 // keyDerivationFunc: kdf OBJECT IDENTIFIER,
@@ -57,8 +39,9 @@ bool read_kdf(asn_iter_t kdf, pkcs5_pbe_gost_t& out) {
   asn_iter_t iterations;
   asn_iter_t prf;
   asn_iter_t ignored;
-  if (!read_oid(&kdf, kdf_oid) || !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &kdf, &params) ||
-      !read_octets(&params, out.salt) ||
+  if (!asn1_read_view_(asn_tag_t::OID, &kdf, &kdf_oid) ||
+      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &kdf, &params) ||
+      !asn1_read_view_(asn_tag_t::OCTET_STRING, &params, &out.salt) ||
       !asn1_read_tag_i_(asn_tag_t::INTEGER, &params, &iterations)) {
     return false;
   }
@@ -66,7 +49,8 @@ bool read_kdf(asn_iter_t kdf, pkcs5_pbe_gost_t& out) {
       !asn1_read_tag_i_(asn_tag_t::INTEGER, &params, &ignored)) {
     return false;
   }
-  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &params, &prf) || !read_oid(&prf, prf_oid) ||
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &params, &prf) ||
+      !asn1_read_view_(asn_tag_t::OID, &prf, &prf_oid) ||
       !asn1_read_tag_i_(asn_tag_t::ANY, &prf, &ignored)) {  // D42: not optional
     return false;
   }
@@ -81,7 +65,8 @@ bool asn_read_pkcs5_PBES2(const unsigned char* der, unsigned len, pkcs5_pbe_gost
   asn_iter_t kdf;
   blob_t scheme;
   blob_t cipher;
-  if (!read_oid(&input, scheme) || !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &params) ||
+  if (!asn1_read_view_(asn_tag_t::OID, &input, &scheme) ||
+      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &params) ||
       !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &params, &kdf) ||
       !read_cipher(&params, cipher, out.iv)) {
     return false;
@@ -146,9 +131,9 @@ bool asn_read_pkcs8_priv_key_info(const unsigned char* der, unsigned len,
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &info) &&
          asn1_read_tag_i_(asn_tag_t::INTEGER, &info, &ignored) &&  // D44: any version
          asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) &&
-         read_oid(&algorithm, out.algorithm) &&
+         asn1_read_view_(asn_tag_t::OID, &algorithm, &out.algorithm) &&
          asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &ignored) &&  // D42
-         read_octets(&info, out.private_key);
+         asn1_read_view_(asn_tag_t::OCTET_STRING, &info, &out.private_key);
 }
 
 namespace {
@@ -195,7 +180,7 @@ bool asn_read_pkcs8_pki_gost(const unsigned char* der, unsigned len, pkcs8_pki_g
         std::memcmp(row.algorithm.data, info.algorithm.data, row.algorithm.size) == 0) {
       out.key_alg = row.key_alg;
       asn_iter_t octets = asn1_iter_(info.private_key);
-      return read_octets(&octets, out.private_key);
+      return asn1_read_view_(asn_tag_t::OCTET_STRING, &octets, &out.private_key);
     }
   }
   return false;
@@ -233,7 +218,7 @@ bool asn_read_pkcs8_encrypted_pki_gost(const unsigned char* der, unsigned len,
   asn_iter_t algorithm;
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &info) &&
          asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) &&
-         read_octets(&info, out.encrypted_data) &&
+         asn1_read_view_(asn_tag_t::OCTET_STRING, &info, &out.encrypted_data) &&
          asn_read_pkcs5_PBES2(algorithm.ptr, algorithm.len, out.pbe);
 }
 
