@@ -83,6 +83,11 @@ inline asn_iter_t asn1_iter_(const blob_t& view) {
   return {view.data, view.size};
 }
 
+// All of `whole` from `begin` on.
+inline asn_iter_t asn1_rest_(const blob_t& whole, const unsigned char* begin) {
+  return {begin, whole.size - static_cast<unsigned>(begin - whole.data)};
+}
+
 // All from `begin` up to `end`.
 inline asn_iter_t asn1_range_(const unsigned char* begin, const unsigned char* end) {
   return {begin, static_cast<unsigned>(end - begin)};

@@ -341,7 +341,8 @@ bool asn_read_pubkey(const unsigned char* p, long n, asn_pubkey_t& out) {
     return false;
   }
   out.params = asn1_view_(algorithm);
-  asn_iter_t rest = asn1_range_(info.ptr, p + n);  // D17: not bounded by the SEQUENCE
+  // D17: not bounded by the SEQUENCE.
+  asn_iter_t rest = asn1_rest_({static_cast<unsigned>(n), p}, info.ptr);
   asn_iter_t bits;
   if (!asn1_read_tag_i_(asn_tag_t::BIT_STRING, &rest, &bits) || bits.len == 0) {
     return false;
@@ -364,7 +365,7 @@ bool asn_read_rsa_pubkey(const asn_pubkey_t& pk, asn_rsa_pubkey_t& out) {
     --integer.len;
   }
   out.modulus = asn1_view_(integer);
-  asn_iter_t rest = asn1_range_(key.ptr, pk.key.data + pk.key.size);  // D17
+  asn_iter_t rest = asn1_rest_(pk.key, key.ptr);  // D17
   return asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.exponent);
 }
 
@@ -407,7 +408,7 @@ bool asn_read_dsa_certsign(const unsigned char* p, unsigned n, asn_dsa_certsign_
       !asn1_read_view_(asn_tag_t::INTEGER, &value, &out.r)) {
     return false;
   }
-  asn_iter_t rest = asn1_range_(value.ptr, p + n);  // D17
+  asn_iter_t rest = asn1_rest_({n, p}, value.ptr);  // D17
   return asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.s);
 }
 
@@ -418,7 +419,7 @@ bool asn_read_ike_signalg(const unsigned char* p, unsigned n, asn_ike_signalg_t&
       !asn1_read_view_(asn_tag_t::OID, &algorithm, &out.oid)) {
     return false;
   }
-  out.params = asn1_view_(asn1_range_(algorithm.ptr, p + n));  // D17
+  out.params = asn1_view_(asn1_rest_({n, p}, algorithm.ptr));  // D17
   return true;
 }
 
