@@ -73,6 +73,13 @@ inline unsigned size32_(const std::string& s) {
   return size32_(s.size());
 }
 
+template <unsigned N>
+void append_INTEGER_(asn_tag_t_<N>& parent, unsigned value) {
+  std::string octets;
+  asn_write_INTEGER(value, octets);
+  parent.append_element(asn_tag_t::INTEGER, octets.data(), size32_(octets));
+}
+
 // Replaces `out` with a finished element.
 template <unsigned N>
 void assign_tag_(std::string& out, const asn_tag_t_<N>& element) {

@@ -1,7 +1,5 @@
 #include "pkcs12_helper.h"
 
-#include <limits>
-#include <new>
 #include <utility>
 
 #include "asn_cursor.h"
@@ -127,9 +125,6 @@ bool asn_read_pkcs12_MacData(const unsigned char* der, unsigned len, pkcs12_mac_
 namespace {
 
 void append_mac_data(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
-  std::string iterations;
-  asn_write_INTEGER(mac.mac_iterations, iterations);
-
   asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);  // D50: whatever mac.digest_alg says
   append_oid(algorithm, g_oid_GOSTR3411);
   algorithm.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
@@ -141,7 +136,7 @@ void append_mac_data(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
   asn_tag_t_<256> mac_data(asn_tag_t::SEQUENCE);
   mac_data.append_tag(digest_info);
   mac_data.append_element(asn_tag_t::OCTET_STRING, mac.mac_salt.data, mac.mac_salt.size);
-  mac_data.append_element(asn_tag_t::INTEGER, iterations.data(), size32_(iterations));
+  append_INTEGER_(mac_data, mac.mac_iterations);
   out.append_tag(mac_data);
 }
 
@@ -460,9 +455,8 @@ void append_encrypted_safe(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* cr
   info.append_bytes(algorithm.data(), size32_(algorithm));
   info.append_element(0x80, ciphertext.data(), size32_(ciphertext));
 
-  static constexpr unsigned char version = 0;
   asn_tag_t_<0> data(asn_tag_t::SEQUENCE);
-  data.append_element(asn_tag_t::INTEGER, &version, 1);
+  append_INTEGER_(data, 0);
   data.append_tag(info);
   asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, data, safes);
 }
@@ -483,9 +477,8 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
   pkcs12_mac_t computed;
   const bool has_mac = crypto->compute_mac(octets.encoded(), octets.encoded_size(), computed);
 
-  static constexpr unsigned char version = 3;
   asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
-  pfx.append_element(asn_tag_t::INTEGER, &version, 1);
+  append_INTEGER_(pfx, 3);
   asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, octets, pfx);
   append_mac_data(has_mac ? computed : in.mac, pfx);  // D55
   assign_tag_(out, pfx);

@@ -84,16 +84,13 @@ bool asn_read_pkcs5_pbe_gost(const unsigned char* der, unsigned len, pkcs5_pbe_g
 }
 
 void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out) {
-  std::string iterations;
-  asn_write_INTEGER(in.iterations, iterations);
-
   asn_tag_t_<32> prf(asn_tag_t::SEQUENCE);
   append_oid(prf, g_oid_HMAC_GOSTR3411);
   prf.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
 
   asn_tag_t_<64> kdf_params(asn_tag_t::SEQUENCE);
   kdf_params.append_element(asn_tag_t::OCTET_STRING, in.salt.data, in.salt.size);
-  kdf_params.append_element(asn_tag_t::INTEGER, iterations.data(), size32_(iterations));
+  append_INTEGER_(kdf_params, in.iterations);
   kdf_params.append_tag(prf);
 
   asn_tag_t_<96> kdf(asn_tag_t::SEQUENCE);
@@ -199,9 +196,8 @@ void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
   secret_tag_t_<64> octets(asn_tag_t::OCTET_STRING);
   octets.append_bytes(in.private_key.data, in.private_key.size);
 
-  static constexpr unsigned char version = 0;
   secret_tag_t_<128> info(asn_tag_t::SEQUENCE);
-  info.append_element(asn_tag_t::INTEGER, &version, 1);
+  append_INTEGER_(info, 0);
   info.append_tag(algorithm);
   info.append_element(asn_tag_t::OCTET_STRING, octets.encoded(), octets.encoded_size());
   assign_tag_(out, info);
