@@ -351,6 +351,20 @@ bool asn_read_pubkey(const unsigned char* p, long n, asn_pubkey_t& out) {
   return true;
 }
 
+// Drops leading zeros, but for the last byte: many at a time, so that a modulus of nothing else
+// costs little more than one that is not looked into.
+static void drop_zeros(asn_iter_t* number) {
+  static constexpr unsigned char zeros[32] = {};
+  while (number->len > sizeof zeros && std::memcmp(number->ptr, zeros, sizeof zeros) == 0) {
+    number->ptr += sizeof zeros;
+    number->len -= static_cast<unsigned>(sizeof zeros);
+  }
+  while (number->len > 1 && *number->ptr == 0) {
+    ++number->ptr;
+    --number->len;
+  }
+}
+
 // RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
 bool asn_read_rsa_pubkey(const asn_pubkey_t& pk, asn_rsa_pubkey_t& out) {
   asn_iter_t input = asn1_iter_(pk.key);
@@ -360,10 +374,7 @@ bool asn_read_rsa_pubkey(const asn_pubkey_t& pk, asn_rsa_pubkey_t& out) {
       !asn1_read_tag_i_(asn_tag_t::INTEGER, &key, &integer)) {
     return false;
   }
-  while (integer.len > 1 && *integer.ptr == 0) {
-    ++integer.ptr;
-    --integer.len;
-  }
+  drop_zeros(&integer);
   out.modulus = asn1_view_(integer);
   asn_iter_t rest = asn1_rest_(pk.key, key.ptr);  // D17
   return asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.exponent);

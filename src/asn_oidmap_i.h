@@ -137,7 +137,7 @@ class oid_index_t {
   }
 
   static bool precedes(const row& a, const row& b) {
-    if (a.head != b.head) {
+    if (a.head != b.head || a.head >> head_size * 8 <= head_size) {
       return a.head < b.head;
     }
     return oid_map_compare_t<Key, Size, Compare>()(*a.entry, *b.entry);

@@ -57,8 +57,6 @@ unsigned class_of(char c) {
   return byte_classes.of[static_cast<unsigned char>(c)];
 }
 
-constexpr unsigned usual_attributes = 10;
-
 const char* skip_blanks(const char* p) {
   while (*p == ' ' || *p == '\t') {
     ++p;
@@ -127,6 +125,9 @@ class dn_splitter_t {
     return true;
   }
 
+  // Whether the attribute after the last one is in the same RDN.
+  bool joins_next() const { return joined_; }
+
   // The classes of all bytes of the last value, but those right after a backslash.
   unsigned value_classes() const { return value_classes_; }
 
@@ -137,10 +138,17 @@ class dn_splitter_t {
   unsigned value_classes_ = 0;
 };
 
-std::vector<RDNdescr_t> usual_vector() {
-  std::vector<RDNdescr_t> attributes;
-  attributes.reserve(usual_attributes);
-  return attributes;
+// Shows every attribute of a printable DN to `visit`; false when the text is malformed.
+template <class Visit>
+bool for_each_attribute(const char* dn, Visit visit) {
+  for (dn_splitter_t splitter(dn); splitter.more();) {
+    RDNdescr_t attribute;
+    if (!splitter.next(attribute)) {
+      return false;
+    }
+    visit(attribute);
+  }
+  return true;
 }
 
 std::string_view name_of(const RDNdescr_t& attribute) {
@@ -151,32 +159,25 @@ std::string_view name_of(const RDNdescr_t& attribute) {
 }  // namespace
 
 bool printable_dn_parse(const char* dn, std::vector<RDNdescr_t>& out) {
-  for (dn_splitter_t splitter(dn); splitter.more();) {
-    RDNdescr_t attribute;
-    if (!splitter.next(attribute)) {
-      return false;
-    }
-    out.push_back(attribute);
-  }
-  return true;
+  return for_each_attribute(dn, [&](const RDNdescr_t& attribute) { out.push_back(attribute); });
 }
 
 // ---- Queries and edits on the text ----
 
 bool printable_dn_get_attr(const char* dn, const char* attr_name, std::string& result,
                            PrintableDnGetAttr mode) {
-  std::vector<RDNdescr_t> attributes = usual_vector();
-  if (!printable_dn_parse(dn, attributes)) {
+  const std::string_view wanted = attr_name;
+  RDNdescr_t found = {};
+  const auto find_first = [&](const RDNdescr_t& attribute) {
+    if (found.name_begin == nullptr && name_of(attribute) == wanted) {
+      found = attribute;
+    }
+  };
+  if (!for_each_attribute(dn, find_first) || found.name_begin == nullptr) {
     return false;
   }
-  for (const RDNdescr_t& attribute : attributes) {
-    if (name_of(attribute) == attr_name) {
-      result.append(mode == DN_GET_ATTR_VALUE ? attribute.value_begin : attribute.name_begin,
-                    attribute.value_end);
-      return true;
-    }
-  }
-  return false;
+  result.append(mode == DN_GET_ATTR_VALUE ? found.value_begin : found.name_begin, found.value_end);
+  return true;
 }
 
 bool printable_dn_contain_attrs(const char* dn, const char* attrs) {
@@ -218,41 +219,37 @@ bool printable_dn_contain_attrs(const char* dn, const char* attrs) {
 }
 
 bool printable_dn_C_before_CN(const char* dn) {
-  std::vector<RDNdescr_t> attributes = usual_vector();
-  if (!printable_dn_parse(dn, attributes)) {
-    return false;
-  }
-  bool cn_seen = false;
-  for (const RDNdescr_t& attribute : attributes) {
+  bool c_seen = false;
+  bool cn_before_c = false;
+  const auto look = [&](const RDNdescr_t& attribute) {
     const std::string_view name = name_of(attribute);
-    if (name == "C") {
-      return !cn_seen;
-    }
-    cn_seen = cn_seen || name == "CN";
-  }
-  return true;
+    c_seen = c_seen || name == "C";
+    cn_before_c = cn_before_c || (name == "CN" && !c_seen);
+  };
+  return for_each_attribute(dn, look) && !(cn_before_c && c_seen);
 }
 
 char* printable_dn_reverse(char* dn) {
-  std::vector<RDNdescr_t> attributes = usual_vector();
-  if (!printable_dn_parse(dn, attributes)) {
+  unsigned count = 0;
+  if (!for_each_attribute(dn, [&](const RDNdescr_t&) { ++count; })) {
     return nullptr;
   }
-  if (attributes.size() < 2) {
+  if (count < 2) {
     return dn;
   }
-  const auto at = [dn](const char* p) { return dn + (p - dn); };
-  for (auto first = attributes.begin(); first != attributes.end();) {
-    const auto next = std::find_if(first + 1, attributes.end(),
-                                   [](const RDNdescr_t& a) { return !a.plus_joined; });
-    char* begin = at(first->name_begin);  // D33: with the blanks before it
-    while (begin != dn && (begin[-1] == ' ' || begin[-1] == '\t')) {
-      --begin;
+  // Every RDN is turned around where it stands, behind the splitter's back, then all of them.
+  char* begin = dn;
+  char* end = nullptr;
+  const auto turn = [&](const RDNdescr_t& attribute) {
+    if (end != nullptr && !attribute.plus_joined) {
+      reverse_bytes_(begin, end);
+      begin = end + 1;  // D33: with the blanks before it
     }
-    reverse_bytes_(begin, at((next - 1)->value_end));
-    first = next;
-  }
-  reverse_bytes_(dn, at(attributes.back().value_end));
+    end = dn + (attribute.value_end - dn);
+  };
+  for_each_attribute(dn, turn);
+  reverse_bytes_(begin, end);
+  reverse_bytes_(dn, end);
   return dn;
 }
 
@@ -665,14 +662,11 @@ bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map)
       return false;
     }
     pair.append_element(value.tag, value.data, size32_(value.size));
-    if (rdn.len != 0 && !attribute.plus_joined) {
+    append_one_of_many_(rdn, pair);  // D39: in text order
+    if (!splitter.joins_next()) {
       append_one_of_many_(name, rdn);
       rdn.reset(asn_tag_t::SET);
     }
-    append_one_of_many_(rdn, pair);  // D39: in text order
-  }
-  if (rdn.len != 0) {
-    append_one_of_many_(name, rdn);
   }
   assign_tag_(der, name);
   return true;
