@@ -21,6 +21,8 @@
 #include "pkider_api.h"
 
 // ---- Queries and edits on the text ----
+//
+// They keep no list of attributes and allocate nothing but what printable_dn_get_attr appends.
 
 // What printable_dn_get_attr appends. Any value but 1 means DN_GET_ATTR_RDN.
 enum PrintableDnGetAttr : int {
