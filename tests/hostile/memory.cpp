@@ -1,29 +1,36 @@
-// Runs every operation that allocates with its nth allocation failing, for each n until it
-// succeeds: nothing but std::bad_alloc comes out, nothing leaks, and output is kept as promised.
+// Watches the memory that the library takes and gives back, with each of its allocations failing in
+// turn: nothing but std::bad_alloc comes out, nothing leaks, output is kept as promised, and no
+// block given back holds key material.
 
-#include <gtest/gtest.h>
+#include <malloc.h>
+#include <string.h>
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <new>
 
 #include "../../bench/plain_crypto.h"
 #include "asn_helper.h"
 #include "asn_printable.h"
 #include "asn_tag.h"
+#include "rows.h"
 #include "t61.h"
-#include "test_util.h"
 
 namespace {
 
-long allowed = -1;  // allocations before one fails; negative: none fails
-long live = 0;
+const char secret[] = "\x5E\xC2Rk3y\xA9#0815";  // fits a std::string without a block
+
+struct {
+  bool armed = false;
+  unsigned long failing = 0;  // which allocation fails
+  unsigned long allocations = 0;
+  unsigned unwiped = 0;  // blocks given back with the secret in them
+  long live = 0;
+} watch;
 
 void* try_to_allocate(std::size_t size) {
-  void* const block = allowed == 0 ? nullptr : std::malloc(size + 1);
-  allowed -= allowed > 0 ? 1 : 0;
-  live += block != nullptr ? 1 : 0;
+  const bool fails = watch.armed && watch.allocations++ == watch.failing;
+  void* const block = fails ? nullptr : std::malloc(size);
+  watch.live += block != nullptr ? 1 : 0;
   return block;
 }
 
@@ -35,8 +42,13 @@ void* allocate(std::size_t size) {
 }
 
 void release(void* block) {
-  live -= block != nullptr ? 1 : 0;
-  std::free(block);
+  if (block != nullptr) {
+    const std::size_t size = malloc_usable_size(block);
+    watch.unwiped += watch.armed && memmem(block, size, secret, sizeof(secret) - 1) != nullptr;
+    --watch.live;
+    explicit_bzero(block, size);  // so that no later block shows what this one held
+    std::free(block);
+  }
 }
 
 }  // namespace
@@ -53,129 +65,182 @@ void operator delete[](void* block, std::size_t) noexcept { release(block); }
 
 namespace {
 
+const rows_t file("pkcs.txt");
+
+// Runs `action` once for each of its allocations, which fails then, and once without a failure.
+// Returns the number of blocks that were given back unwiped.
+template <class Action>
+unsigned run_failing(const Action& action) {
+  unsigned unwiped = 0;
+  for (unsigned long n = 0; n == 0 || watch.allocations >= n; ++n) {
+    watch = {true, n, 0, 0, watch.live};
+    try {
+      action();
+    } catch (const std::exception&) {
+    }
+    watch.armed = false;
+    unwiped += watch.unwiped;
+  }
+  EXPECT_GT(watch.allocations, 1u);
+  return unwiped;
+}
+
 const unsigned char* data_of(const std::string& s) {
   return reinterpret_cast<const unsigned char*>(s.data());
-}
-unsigned size_of(const std::string& s) {
-  return static_cast<unsigned>(s.size());
-}
-std::string read_file(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 const std::string dn = "CN=\\C3\\A9\\, x,O=\"" + std::string(2000, 'o') +
                        "\"+OU=a,1.2.643.100.1=#120131,C=a,C=b,C=c,C=d,C=e,C=f,C=g,C=h,C=i,C=j";
-const std::string name = der(0x30, der(0x31, der(0x30, from_hex("06 03 55 04 03 14 03 C2 65 61"))) +
-                                       der(0x31, der(0x30, from_hex("06 01 2A 1E 02 04 41"))));
+const std::string name = der_text("30(31(30(06(550403) 14(C26561))) 31(30(06(2A) 1E(0441))))");
 const std::string map_text = "1.2.3 = X, a long name that does not fit into a short string\n1.2=Y";
-const std::string bytes(2000, '\1');
-const blob_t blob{size_of(bytes), data_of(bytes)};
-const std::string pfx = read_file(CORPUS "/containers/pfx_full.bin");
-const std::string old_text(64, '~');
-const oid_map_handle_t map = OID_MAP_HANDLE_DEFAULT;
+const std::string bytes(2000, '\1'), oid = der(6, bytes), old_text(64, '~');
+const blob_t blob = view(bytes);
+const oid_map_handle_t default_map = OID_MAP_HANDLE_DEFAULT;
 
-enum promise_t { appends, replaces };  // the old text stays in front; or stays until success
-
-struct operation_t {
-  const char* name;
-  promise_t promise;
-  void (*run)(std::string& out);
-};
-
-void print(std::string& out, PrintableDnOrder order) {
-  ASSERT_TRUE(asn_dn_to_printable(data_of(name), size_of(name), out, order, map));
+// What only appends to its result, or has none.
+void append(std::string& out) {
+  asn_tag_t_<64>(0x04, bytes.data(), 2000);
+  asn_write_INTEGER(0x12345678, out);
+  oid_asn_to_str_(data_of(bytes), data_of(bytes) + 2000, out);
+  oid_map_release(oid_map_parse(map_text.data(), view(map_text).size));
+  ASSERT_TRUE(printable_dn_get_attr(dn.c_str(), "O", out, DN_GET_ATTR_RDN));
+  for (const PrintableDnOrder order : {DN_ORDER_DIRECT, DN_ORDER_REVERSE}) {
+    ASSERT_TRUE(asn_dn_to_printable(data_of(name), view(name).size, out, order, default_map));
+  }
+  ASSERT_TRUE(asn_oid_to_printable(data_of(oid), view(oid).size, out, true, nullptr));
+  std::string normal;
+  ASSERT_TRUE(printable_dn_normalize(dn, normal, nullptr, default_map));
+  ldap_t61s_to_utf8s(bytes.data(), 2000, out);
+  TO_HEX_STD_STRING(data_of(bytes), 2000, out, ':');
+  TimeToString(0, out);
+  CertTimeToStringGMT(0x7E80205070809, CertTimeToString(0x7E80205070809, out));
 }
 
+using operation_t = void (*)(std::string& out);
+
 const operation_t operations[] = {
-    {"builder", appends, [](std::string&) { asn_tag_t_<64>(0x04, bytes.data(), 2000); }},
-    {"integer", appends, [](std::string& out) { asn_write_INTEGER(0x12345678, out); }},
-    {"oid text", appends,
-     [](std::string& out) { oid_asn_to_str_(data_of(bytes), data_of(bytes) + 2000, out); }},
-    {"map", appends,
-     [](std::string&) { oid_map_release(oid_map_parse(map_text.data(), size_of(map_text))); }},
-    {"attribute", appends,
-     [](std::string& out) { printable_dn_get_attr(dn.c_str(), "O", out, DN_GET_ATTR_RDN); }},
-    {"order", appends, [](std::string&) { printable_dn_C_before_CN(dn.c_str()); }},
-    {"reversal", replaces,
-     [](std::string& out) {
-       std::string text = dn;
-       printable_dn_reverse(text.data());
-       out = text;
-     }},
-    {"print", appends, [](std::string& out) { print(out, DN_ORDER_DIRECT); }},
-    {"print in reverse", appends, [](std::string& out) { print(out, DN_ORDER_REVERSE); }},
-    {"algorithm", appends,
-     [](std::string& out) {
-       const std::string oid = from_hex("06 09 2A 86 48 86 F7 0D 01 01 0B");
-       asn_oid_to_printable(data_of(oid), size_of(oid), out, true, nullptr);
-     }},
-    {"encode", replaces, [](std::string& out) { printable_to_asn_dn(dn.c_str(), out, map); }},
-    {"normal form", appends,
-     [](std::string&) {
-       std::string out;
-       ASSERT_TRUE(printable_dn_normalize(dn, out, nullptr, map));
-     }},
-    {"T.61", appends,
-     [](std::string& out) { ldap_t61s_to_utf8s(bytes.data(), size_of(bytes), out); }},
-    {"hex", replaces,
-     [](std::string& out) { TO_HEX_STD_STRING(data_of(bytes), size_of(bytes), out, ':'); }},
-    {"time", appends, [](std::string& out) { TimeToString(0, out); }},
-    {"time GMT", appends, [](std::string& out) { CertTimeToStringGMT(0x7E80205070809, out); }},
-    {"time local", appends, [](std::string& out) { CertTimeToString(0x7E80205070809, out); }},
-    {"digest", replaces,
-     [](std::string& out) {
-       std::string digest = bytes;
-       asn_add_alg_to_digest(digest, 0x00040000);
-       out.swap(digest);
-     }},
-    {"PBES2", replaces,
-     [](std::string& out) {
-       asn_write_pkcs5_pbe_gost({blob, 1, blob}, out);
-     }},
-    {"PKCS#8", replaces,
-     [](std::string& out) {
-       asn_write_pkcs8_pki_gost({PKCS8_GOST_2001, blob}, out);
-     }},
-    {"PKCS#8 encrypted", replaces,
-     [](std::string& out) {
-       asn_write_pkcs8_encrypted_pki_gost({{}, blob}, out);
-     }},
-    {"PKCS#12", replaces,
-     [](std::string& out) {
-       PlainCrypto crypto;
-       pkcs12_easy_t model;
-       ASSERT_TRUE(asn_read_pkcs12_easy(data_of(pfx), size_of(pfx), &crypto, model));
-       asn_write_pkcs12_easy(model, &crypto, out);
-     }},
+    append,
+    [](auto& out) { printable_to_asn_dn(dn.c_str(), out, default_map); },
+    [](auto& out) {
+      std::string digest = bytes;
+      asn_add_alg_to_digest(digest, 0x00040000);
+      out.swap(digest);
+    },
+    [](auto& out) {
+      asn_write_pkcs5_pbe_gost({blob, 1, blob}, out);
+    },
+    [](auto& out) {
+      asn_write_pkcs8_pki_gost({PKCS8_GOST_2001, blob}, out);
+    },
+    [](auto& out) {
+      asn_write_pkcs8_encrypted_pki_gost({{}, blob}, out);
+    },
+    [](auto& out) {
+      PlainCrypto crypto;
+      pkcs12_easy_t model;
+      model.plain_bags = {{PKCS12_BAG_CERT, blob, blob, blob}};
+      model.encrypted_bags = {{PKCS12_BAG_KEY, blob, {}, {}}, {PKCS12_BAG_CERT, blob, {}, {}}};
+      asn_write_pkcs12_easy(model, &crypto, out);
+    },
 };
 
-// Fails the nth allocation. Returns whether the operation succeeded, having had no need of it.
-bool succeeds(const operation_t& operation, long n) {
-  std::string out = old_text;
-  allowed = n;
-  try {
-    operation.run(out);
-    allowed = -1;
-    return true;
-  } catch (const std::bad_alloc&) {
-    allowed = -1;
-    EXPECT_EQ(out.compare(0, old_text.size(), old_text), 0);
-    EXPECT_TRUE(operation.promise == appends || out.size() == old_text.size());
-    return false;
+// All but append leave their output as it was until they succeed.
+TEST(Memory, EveryAllocationMayFail) {
+  for (const operation_t operation : operations) {
+    const long before = watch.live;
+    run_failing([operation] {
+      std::string out = old_text;
+      try {
+        operation(out);
+      } catch (const std::bad_alloc&) {
+        EXPECT_EQ(out.substr(0, operation == append ? 64 : out.npos), old_text);
+      }
+    });
+    EXPECT_EQ(watch.live, before);
   }
 }
 
-TEST(Memory, EveryAllocationMayFail) {
-  for (const operation_t& operation : operations) {
-    SCOPED_TRACE(operation.name);
-    long n = 0;
-    const long before = live;
-    while (!succeeds(operation, n)) {
-      ++n;
-    }
-    EXPECT_GT(n, 0) << "allocates nothing";
-    EXPECT_EQ(live, before);
+std::string secrets(unsigned count) {
+  return count == 0 ? "" : secret + secrets(count - 1);
+}
+
+enum answer_t { yes, no, thrown };
+
+// Decrypts to one text, with a secret in the room behind it, and "encrypts" to as many 'x'.
+struct fake_crypto_t : PlainCrypto {
+  const answer_t given;
+  const std::string text;
+
+  fake_crypto_t(answer_t answer, const std::string& plaintext) : given(answer), text(plaintext) {}
+  bool answer() const { return given == thrown ? throw std::exception() : given == yes; }
+  bool decrypt(const pkcs5_pbe_gost_t&, const unsigned char*, unsigned,
+               std::string& plaintext) override {
+    plaintext.reserve(text.size() + 2 * sizeof(secret));
+    plaintext.append(text).append(secret).append(secret);  // the cut damages the first
+    plaintext.resize(text.size());
+    return answer();
+  }
+  bool encrypt(const unsigned char*, unsigned size, pkcs5_pbe_gost_t&,
+               std::string& ciphertext) override {
+    ciphertext.assign(size, 'x');
+    return answer();
+  }
+};
+
+// The first block when the second fails, then both.
+TEST(Wipe, TheWatcherSees) {
+  EXPECT_EQ(run_failing([] { std::list<std::string> copies(2, secret); }), 3u);
+}
+
+TEST(Wipe, ReadPlaintexts) {
+  const std::string bag = der(0x30, file.sample("kbag") + der(0xA0, secrets(9)));
+  const struct {
+    const char *situation, *sample;
+    std::string plaintext;
+    answer_t answer;
+  } cases[] = {
+      {"nothing but room", "lone", "", yes},
+      {"key", "lone", secrets(9), yes},
+      {"refused key", "lone", secrets(9), no},
+      {"key of an object that throws", "lone", secrets(9), thrown},
+      {"SafeContents", "sealed", der(4, der(0x30, bag)), yes},
+      {"SafeContents with a fault", "sealed", der(4, der(0x30, bag + "!")), yes},
+      {"no SafeContents", "sealed", secrets(9), yes},
+      {"refused SafeContents", "sealed", secrets(9), no},
+  };
+  for (const auto& c : cases) {
+    const std::string in = file.sample(c.sample);
+    fake_crypto_t crypto(c.answer, c.plaintext);
+    const auto read = [&] {
+      pkcs12_easy_t filled, other;
+      asn_read_pkcs12_easy(data_of(in), view(in).size, &crypto, filled);
+      asn_read_pkcs12_easy(data_of(in), view(in).size, &crypto, other);
+      filled = std::move(other);
+      const pkcs12_easy_t moved(std::move(filled));
+    };
+    const long before = watch.live;
+    EXPECT_EQ(run_failing(read), 0u) << c.situation;
+    EXPECT_EQ(watch.live, before);
+  }
+}
+
+// What the library writes is the caller's, and is kept until the watch is over.
+TEST(Wipe, Writes) {
+  const std::string small = secrets(2), large = secrets(9000);
+  pkcs12_easy_t model;
+  std::list<std::string> outs;
+  for (const std::string* key : {&small, &large, &small, &large}) {
+    model.encrypted_bags.push_back({PKCS12_BAG_KEY, view(*key), blob, {}});
+    const auto write = [&] {
+      asn_write_pkcs8_pki_gost({PKCS8_GOST_2001, view(*key)}, outs.emplace_back());
+    };
+    EXPECT_EQ(run_failing(write), 0u);
+  }
+  for (const answer_t answer : {thrown, no}) {
+    fake_crypto_t crypto(answer, "");
+    const auto write = [&] { asn_write_pkcs12_easy(model, &crypto, outs.emplace_back("old")); };
+    EXPECT_EQ(run_failing(write), 0u);
+    EXPECT_EQ(outs.back() == "old", answer == thrown);
   }
 }
 

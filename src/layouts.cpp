@@ -1,4 +1,5 @@
-// The layouts that 32-bit programs were compiled against. The compiler checks them; nothing runs.
+// The layouts that 32-bit programs were compiled against, checked by every 32-bit build of the
+// library.
 #include <cstddef>
 
 #include "asn_helper.h"
