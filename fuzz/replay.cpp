@@ -1,5 +1,6 @@
-// Runs every harness over its folder of the corpus: each file and each prefix of a small one, named
-// on the way; then all files in many threads at once, of which each begins elsewhere.
+// Runs every harness over its folder of the corpus: each file, each prefix of a small one and each
+// change of one of its bits, named on the way; then all files in many threads at once, of which
+// each begins elsewhere.
 
 #include <filesystem>
 #include <fstream>
@@ -26,6 +27,16 @@ struct input_t {
   void run(std::size_t size) const {
     harness(reinterpret_cast<const std::uint8_t*>(bytes.data()), size);
   }
+  void run_damaged() {
+    for (std::size_t n = 0; n < bytes.size(); ++n) {
+      run(n);
+      for (int bit = 1; bit < 0x100; bit <<= 1) {
+        bytes[n] = static_cast<char>(bytes[n] ^ bit);
+        run(bytes.size());
+        bytes[n] = static_cast<char>(bytes[n] ^ bit);
+      }
+    }
+  }
 };
 
 }  // namespace
@@ -37,11 +48,12 @@ int main(int, char** argv) {
     if (file.is_regular_file()) {
       std::cout << file.path().native() << std::endl;  // the last one shown is the culprit
       std::ifstream in(file.path(), std::ios::binary);
-      inputs.push_back({harnesses.at(file.path().parent_path().filename()),
-                        std::string(std::istreambuf_iterator<char>(in), {})});
-      const std::size_t all = inputs.back().bytes.size();
-      for (std::size_t n = all <= small ? 0 : all; n <= all; ++n) {
-        inputs.back().run(n);
+      input_t& input = inputs.emplace_back();
+      input = {harnesses.at(file.path().parent_path().filename()),
+               std::string(std::istreambuf_iterator<char>(in), {})};
+      input.run(input.bytes.size());
+      if (input.bytes.size() < small) {
+        input.run_damaged();
       }
     }
   }

@@ -81,16 +81,6 @@ std::string normalize(const std::string& dn) {
   return answer(ok, out);
 }
 
-// Both orders read the same names. A zero byte ends a text.
-std::string damaged(const row_t& row) {
-  for_each_damaged(der_text(row.input), [](const exact_t& in) {
-    const std::string text = decode(in.bytes()).c_str();
-    EXPECT_EQ(decode(in.bytes(), DN_ORDER_REVERSE)[0], text[0]);
-    normalize(text.substr(1));
-  });
-  return "";
-}
-
 template <PrintableDnOrder Order>
 std::string decode(const row_t& row) {
   return decode(der_text(row.input), Order, map_of(row.argument));
@@ -101,7 +91,6 @@ TEST(Names, Rows) {
            {{"split", split},
             {"get", get},
             {"oid", oid},
-            {"damaged", damaged},
             {"reverse", [](auto& row) { return reverse(row.input); }},
             {"normalize", [](auto& row) { return normalize(row.input); }},
             {"direct", decode<DN_ORDER_DIRECT>},

@@ -76,17 +76,4 @@ class exact_t {
   unsigned size_;
 };
 
-// Calls `read(const exact_t&)` with every prefix of `sample` and every change of one of its bytes.
-template <class Read>
-void for_each_damaged(const std::string& sample, const Read& read) {
-  for (std::size_t i = 0; i < sample.size(); ++i) {
-    read(exact_t(sample.substr(0, i)));
-    std::string changed = sample;
-    for (int change = 1; change < 256; ++change) {
-      changed[i] = static_cast<char>(sample[i] ^ change);
-      read(exact_t(changed));
-    }
-  }
-}
-
 #endif
