@@ -1,28 +1,23 @@
 #!/usr/bin/env python3
 """documents_test.py SOURCE: the reference and the pages beside it, as readers meet them."""
 
-import glob
 import os
 import re
 import subprocess
 import sys
 import tempfile
 import xml.etree.ElementTree
+from pathlib import Path
 
 os.chdir(sys.argv[1])
 failures = []
 
 
-def read(name):
-    with open(name, encoding="utf-8") as file:
-        return file.read()
-
-
 with tempfile.TemporaryDirectory() as directory:
-    settings = f"{read('docs/Doxyfile')}\nOUTPUT_DIRECTORY = {directory}\n"
+    settings = f"{Path('docs/Doxyfile').read_text()}\nOUTPUT_DIRECTORY = {directory}\n"
     done = subprocess.run(["doxygen", "-"], input=settings, capture_output=True, text=True)
     failures += [done.stderr] if done.returncode or done.stderr else []
-    functions = [function for page in glob.glob(directory + "/xml/*.xml")
+    functions = [function for page in Path(directory, "xml").glob("*.xml")
                  for function in xml.etree.ElementTree.parse(page).iterfind(
                      ".//memberdef[@kind='function'][@prot='public']")]
 for function in functions:
@@ -32,14 +27,14 @@ for function in functions:
     special = re.search(r"(\w+)(<.*>)?::(~?\1$|operator)", function.findtext("definition"))
     if not comment.strip() and not special:
         failures.append(f"no comment: {function.findtext('definition')}")
-if len(functions) < len(re.findall(r"^T ", read("tests/shared/exports.txt"), re.M)):
+if len(functions) < len(re.findall(r"^T ", Path("tests/shared/exports.txt").read_text(), re.M)):
     failures.append("functions are missing in the reference")
 
-for page in glob.glob("*.md") + glob.glob("docs/*.md"):
+for page in [*Path().glob("*.md"), *Path("docs").glob("*.md")]:
     failures += [f"{page}: no such file: {link}"
-                 for link in re.findall(r"\]\((?!https?:)([^)#]+)", read(page))
-                 if not os.path.exists(os.path.join(os.path.dirname(page), link))]
-failures += [f"README.md does not show {output}" for output in glob.glob("examples/*.expected")
-             if read(output) not in read("README.md")]
+                 for link in re.findall(r"\]\((?!https?:)([^)#]+)", page.read_text())
+                 if not (page.parent / link).exists()]
+failures += [f"README.md does not show {output}" for output in Path("examples").glob("*.expected")
+             if output.read_text() not in Path("README.md").read_text()]
 print("\n".join(failures))
 sys.exit(bool(failures))
