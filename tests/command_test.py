@@ -7,6 +7,7 @@ command_test.py COMMAND LIBRARY_DIR ROOT COMPILER...
 import glob
 import os
 import re
+import ssl
 import subprocess
 import sys
 import tempfile
@@ -16,6 +17,8 @@ from pathlib import Path
 PKIDER, LIBRARY_DIR, ROOT, *COMPILER = sys.argv[1:]
 # openssl's short names for types that we show otherwise.
 RENAMED = {"organizationIdentifier": "2.5.4.97", "serialNumber": "2.5.4.5", "emailAddress": "E"}
+# The type of a string is chosen anew when a name is encoded: all types as one.
+ONE_STRING = bytes.maketrans(b"\x0C\x13\x14\x16", b"\x0C" * 4)
 CA = "/usr/share/ca-certificates/mozilla/"
 
 
@@ -49,6 +52,7 @@ class Command(unittest.TestCase):
         files = sorted(glob.glob(CA + "*.crt"))
         blocks = run(PKIDER, "cert", "--verbose", *files)[1].split("\n\n")
         self.assertGreater(len(files), 100)
+        identical = 0
         for file, block in zip(files, blocks, strict=True):
             ours = fields(block)
             text = run("openssl", "x509", "-in", file, "-noout", "-text", "-modulus", "-serial",
@@ -68,6 +72,14 @@ class Command(unittest.TestCase):
                 wanted += [re.search(r"\((\d+ bit)\)", text)[1] + "s", theirs["Modulus"],
                            int(theirs["Exponent"].split()[0])]
             self.assertEqual(got, wanted)
+            certificate = ssl.PEM_cert_to_DER_cert(Path(file).read_text())
+            for name in ours["subject"], ours["issuer"]:
+                text, der = run("./pkider", "dn", name, "--der")[1].splitlines()
+                self.assertEqual(text, name)
+                der = bytes.fromhex(der)
+                self.assertIn(der.translate(ONE_STRING), certificate.translate(ONE_STRING), name)
+                identical += der in certificate
+        self.assertGreater(identical, 100)
 
     def test_readme(self):
         readme = Path(ROOT, "README.md").read_text()
