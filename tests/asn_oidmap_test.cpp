@@ -5,15 +5,11 @@
 
 namespace {
 
-const char* text_of(const exact_t& key) {
-  return reinterpret_cast<const char*>(key.data());
-}
-
 // The content octets in hex; "!" when the text is refused.
 std::string encode(const std::string& text) {
   const exact_t input(text);
   unsigned char out[512];
-  const unsigned size = oid_str_to_asn_(text_of(input), text_of(input) + input.size(), out);
+  const unsigned size = oid_str_to_asn_(input.text(), input.text() + input.size(), out);
   return size == 0 ? "!" : to_hex(out, size);
 }
 
@@ -27,7 +23,7 @@ std::string decode(const std::string& hex) {
 
 const OIDdescr_t* by_sn(oid_map_handle_t map, const std::string& name) {
   const exact_t key(name);
-  return oid_map_find_sn(map, text_of(key), key.size());
+  return oid_map_find_sn(map, key.text(), key.size());
 }
 
 // The places of the entries that an OID, as DER and as text, and a short name find; none is the
@@ -37,7 +33,7 @@ std::string places(oid_map_handle_t map, const std::string& dotted, const std::s
   std::string found;
   for (const OIDdescr_t* entry :
        {oid_map_find_asn(map, der.data(), der.size()),
-        oid_map_find_str(map, text_of(str), str.size()), by_sn(map, name)}) {
+        oid_map_find_str(map, str.text(), str.size()), by_sn(map, name)}) {
     const auto at = std::find_if(map->entries.begin(), map->entries.end(),
                                  [entry](const OIDdescr_t& e) { return &e == entry; });
     found += " " + std::to_string(std::distance(map->entries.begin(), at));
@@ -51,7 +47,7 @@ std::string show(oid_map_handle_t map, const OIDdescr_t& e) {
 }
 
 struct map_t {
-  explicit map_t(const exact_t& text) : handle(oid_map_parse(text_of(text), text.size())) {}
+  explicit map_t(const exact_t& text) : handle(oid_map_parse(text.text(), text.size())) {}
   ~map_t() { oid_map_release(handle); }
   oid_map_handle_t handle;
 };

@@ -63,7 +63,7 @@ struct fake_crypto_t : pbe_crypto_t {
     const bool own = size != 0 && data[0] == 0xC9;
     const auto known = own ? file.texts.end() : file.texts.find(to_hex(data, size));
     plaintext = own                         ? std::string(data + 1, data + size)
-                : known != file.texts.end() ? der_text(known->second)
+                : known != file.texts.end() ? from_hex(known->second)
                                             : "";
     return own || known != file.texts.end();
   }
@@ -150,7 +150,7 @@ TEST(Pkcs, Changes) {
     std::string text = file.texts.at(row.operation);
     const std::size_t arrow = row.input.find(" -> ");
     text.replace(text.find(row.input.substr(0, arrow)), arrow, row.input.substr(arrow + 4));
-    EXPECT_EQ(readers.at(row.operation)(exact_t(der_text(text))), row.expected)
+    EXPECT_EQ(readers.at(row.operation)(exact_t(from_hex(text))), row.expected)
         << row.operation << ": " << row.reason;
   }
 }
@@ -189,7 +189,7 @@ TEST(Pkcs12, CallsInOrderAndMoves) {
                               file.sample("compute") + "\n");
   std::string unknown;
   asn_write_pkcs8_pki_gost({pkcs8_gost_alg_t{3}, view(id)}, unknown);
-  EXPECT_EQ(unknown, der_text("30(02(00) 30(06() 30(06() 06(2A850302021E01))) 04(04(01)))"));
+  EXPECT_EQ(unknown, from_hex("30(02(00) 30(06() 30(06() 06(2A850302021E01))) 04(04(01)))"));
 }
 
 }  // namespace

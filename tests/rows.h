@@ -1,39 +1,16 @@
-// DER written as text, cases as rows of text files, and the output of Python programs.
+// Cases as rows of text files.
 
 #ifndef PKIDER_TESTS_ROWS_H
 #define PKIDER_TESTS_ROWS_H
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <map>
 #include <sstream>
-#include <vector>
 
 #include "asn_reader.h"
 #include "test_util.h"
-
-// Hex bytes, and tag(content) for an element whose length is worked out: der_text("30(02(05)
-// 0400)") is 30 05 02 01 05 04 00.
-inline std::string der_text(std::string_view text) {
-  std::vector<std::string> open(1);
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '(') {
-      open.emplace_back();
-    } else if (text[i] == ')') {
-      const std::string content = open.back();
-      open.pop_back();
-      const auto tag = static_cast<unsigned char>(open.back().back());
-      open.back().pop_back();
-      open.back() += der(tag, content);
-    } else if (text[i] != ' ') {
-      open.back() += from_hex(text.substr(i++, 2));
-    }
-  }
-  EXPECT_EQ(open.size(), 1u) << text;
-  return open.front();
-}
 
 struct row_t {
   std::string operation, argument, reason, input, expected;
@@ -58,19 +35,17 @@ struct rows_t {
       } else if (start != '#' && start != 0) {
         std::istringstream fields(line);
         row_t& row = rows.emplace_back();
-        for (std::string* field : {&row.operation, &row.reason, &row.input}) {
+        for (std::string* field : {&row.argument, &row.reason, &row.input}) {
           std::getline(fields, *field, '|');
         }
         std::getline(fields, row.expected);
-        row.argument =
-            row.operation.substr(std::min(row.operation.size(), row.operation.find(' ')));
-        row.operation.resize(row.operation.size() - row.argument.size());
-        row.argument.erase(0, 1);
+        row.operation = row.argument.substr(0, row.argument.find(' '));
+        row.argument.erase(0, row.operation.size() + 1);
       }
     }
   }
 
-  std::string sample(const std::string& name) const { return der_text(texts.at(name)); }
+  std::string sample(const std::string& name) const { return from_hex(texts.at(name)); }
 };
 
 using operations_t = std::map<std::string, std::string (*)(const row_t&)>;
@@ -93,17 +68,6 @@ inline std::string hex_number(unsigned long long number) {
   std::ostringstream text;
   text << std::hex << std::uppercase << number;
   return text.str();
-}
-
-// The lines that Python prints.
-inline std::vector<std::string> python(const std::string& arguments) {
-  std::vector<std::string> lines;
-  FILE* const output = popen(("/usr/bin/python3 " + arguments).c_str(), "r");
-  for (char line[1 << 14]; std::fgets(line, sizeof line, output) != nullptr;) {
-    lines.emplace_back(line);
-  }
-  EXPECT_EQ(pclose(output), 0) << arguments;
-  return lines;
 }
 
 #endif

@@ -8,20 +8,22 @@
 namespace {
 
 TEST(T61, EveryPairAgreesWithUnicode) {
-  const std::vector<std::string> expected = python(TEST_DATA "../t61_pairs.py");
-  ASSERT_EQ(expected.size(), 0x10000U);
-  for (unsigned pair = 0; pair < 0x10000; ++pair) {
+  std::ifstream pairs(T61_PAIRS);
+  std::string expected;
+  unsigned pair = 0;
+  for (; std::getline(pairs, expected); ++pair) {
     const char text[] = {static_cast<char>(pair >> 8), static_cast<char>(pair), 0};
     std::string out = "x";
-    ASSERT_EQ(ldap_t61s_to_utf8s(text, 2, out), expected[pair][0] != '-') << to_hex(text, 2);
-    ASSERT_EQ(to_hex(out), to_hex("x" + from_hex(expected[pair]))) << to_hex(text, 2);
+    ASSERT_EQ(ldap_t61s_to_utf8s(text, 2, out), expected != "-") << to_hex(text, 2);
+    ASSERT_EQ(to_hex(out), to_hex("x" + from_hex(expected))) << to_hex(text, 2);
   }
+  EXPECT_EQ(pair, 0x10000U);
 }
 
 std::string from_t61(const row_t& row) {
   const exact_t text(from_hex(row.input));
   std::string out;
-  ldap_t61s_to_utf8s(reinterpret_cast<const char*>(text.data()), text.size() - 1, out);
+  ldap_t61s_to_utf8s(text.text(), text.size() - 1, out);
   return to_hex(out);
 }
 

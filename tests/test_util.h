@@ -6,21 +6,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
-#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
-
-// Bytes from hex digits; everything that is no hex digit is a separator.
-inline std::string from_hex(std::string_view text) {
-  std::string digits, out;
-  std::copy_if(text.begin(), text.end(), std::back_inserter(digits),
-               [](unsigned char c) { return std::isxdigit(c) != 0; });
-  for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-    out += static_cast<char>(std::stoi(digits.substr(i, 2), nullptr, 16));
-  }
-  return out;
-}
+#include <vector>
 
 // "30 03 02 01 FF": upper case, one space between bytes.
 inline std::string to_hex(const void* data, std::size_t size) {
@@ -55,6 +44,26 @@ inline std::string der(unsigned char tag, const std::string& content) {
   return static_cast<char>(tag) + length + content;
 }
 
+// Bytes from pairs of hex digits, and tag(content) for an element whose length is worked out:
+// from_hex("30(02(05) 0400)") is 30 05 02 01 05 04 00. All else is a separator.
+inline std::string from_hex(std::string_view text) {
+  std::vector<std::string> open(1);
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '(') {
+      open.emplace_back();
+    } else if (text[i] == ')') {
+      const std::string content = open.back();
+      open.pop_back();
+      const auto tag = static_cast<unsigned char>(open.back().back());
+      open.back().pop_back();
+      open.back() += der(tag, content);
+    } else if (std::isxdigit(static_cast<unsigned char>(text[i])) != 0) {
+      open.back() += static_cast<char>(std::stoi(std::string(text.substr(i++, 2)), nullptr, 16));
+    }
+  }
+  return open.front();
+}
+
 // A copy in a heap block of exactly its size, so that AddressSanitizer sees any read past its end.
 class exact_t {
  public:
@@ -63,6 +72,7 @@ class exact_t {
     std::copy(bytes.begin(), bytes.end(), block_.get());
   }
   const unsigned char* data() const { return block_.get(); }
+  const char* text() const { return reinterpret_cast<const char*>(data()); }
   unsigned size() const { return size_; }
   std::string bytes() const { return std::string(data(), data() + size_); }
   // True when the view is empty or lies wholly inside this block.

@@ -91,7 +91,7 @@ const unsigned char* data_of(const std::string& s) {
 
 const std::string dn = "CN=\\C3\\A9\\, x,O=\"" + std::string(2000, 'o') +
                        "\"+OU=a,1.2.643.100.1=#120131,C=a,C=b,C=c,C=d,C=e,C=f,C=g,C=h,C=i,C=j";
-const std::string name = der_text("30(31(30(06(550403) 14(C26561))) 31(30(06(2A) 1E(0441))))");
+const std::string name = from_hex("30(31(30(06(550403) 14(C26561))) 31(30(06(2A) 1E(0441))))");
 const std::string map_text = "1.2.3 = X, a long name that does not fit into a short string\n1.2=Y";
 const std::string bytes(2000, '\1'), oid = der(6, bytes), old_text(64, '~');
 const blob_t blob = view(bytes);
