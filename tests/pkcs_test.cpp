@@ -60,12 +60,12 @@ struct fake_crypto_t : pbe_crypto_t {
   bool decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
                std::string& plaintext) override {
     calls += "decrypt " + show(pbe) + " " + std::string(data, data + size) + plaintext + "\n";
-    const bool own = size != 0 && data[0] == 0xC9;
-    const auto known = own ? file.texts.end() : file.texts.find(to_hex(data, size));
-    plaintext = own                         ? std::string(data + 1, data + size)
-                : known != file.texts.end() ? from_hex(known->second)
-                                            : "";
-    return own || known != file.texts.end();
+    const std::string ciphertext(data, data + size);
+    const bool own = ciphertext[0] == '\xC9';
+    const auto known = file.texts.find(to_hex(ciphertext));
+    const bool found = known != file.texts.end();
+    plaintext = own ? ciphertext.substr(1) : found ? from_hex(known->second) : "";
+    return own || found;
   }
   bool encrypt(const unsigned char* data, unsigned size, pkcs5_pbe_gost_t& pbe,
                std::string& ciphertext) override {
@@ -96,13 +96,9 @@ std::string read_key(const exact_t& in) {
   const bool gost_ok = asn_read_pkcs8_pki_gost(in.data(), in.size(), gost);
   std::string out = "old";
   asn_write_pkcs8_pki_gost(gost, out);
-  const std::string oid = bytes_of(any.algorithm);
-  return outcome(any_ok,
-                 to_hex(oid.substr(oid.size() - !oid.empty())) + "/" + show(any.private_key),
-                 false) +
-         ", " +
-         outcome(gost_ok, std::to_string(gost.key_alg) + "/" + show(gost.private_key),
-                 out == in.bytes());
+  const std::string fields = std::to_string(gost.key_alg) + "/" + show(gost.private_key);
+  return outcome(any_ok, show(any.algorithm) + "/" + show(any.private_key), false) + ", " +
+         outcome(gost_ok, fields, out == in.bytes());
 }
 
 std::string read_shrouded(const exact_t& in) {
