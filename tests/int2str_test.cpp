@@ -10,10 +10,9 @@ namespace {
 TEST(Hex, Text) {
   const exact_t input(from_hex("00 1F A0"));
   std::string s = "=";
-  EXPECT_EQ(TO_HEX_STD_STRING(input.data(), 3, s, ':'), "=00:1F:A0");
-  EXPECT_EQ(&TO_HEX_STD_STRING(input.data() + 2, 1, s, ':'), &s);
-  EXPECT_EQ(TO_HEX_STD_STRING(input.data(), 0, s, ':'), "=00:1F:A0A0");
-  EXPECT_EQ(TO_HEX_STD_STRING(input.data(), 2, s, 0), "=00:1F:A0A0001F");
+  EXPECT_EQ(&TO_HEX_STD_STRING(input.data(), 3, s, ':'), &s);
+  TO_HEX_STD_STRING(input.data(), 2, TO_HEX_STD_STRING(input.data(), 0, s, ':'), 0);
+  EXPECT_EQ(s, "=00:1F:A0001F");
   char out[] = "????????";
   TO_HEX_STRING(input.data() + 1, 2, out, '-');
   TO_HEX_STRING(input.data(), 0, out + 6, '-');

@@ -80,15 +80,4 @@ TEST(damaged_containers, every_prefix_and_every_flipped_bit) {
   }
 }
 
-TEST(damaged_containers, hostile_counts) {
-  quick_pbe crypto(false);
-  std::string plaintext;
-  const std::string octets(8, 'x');
-  const blob_t view = {8, reinterpret_cast<const unsigned char*>(octets.data())};
-  for (const unsigned iterations : {0U, 10'000'001U, 0xFFFFFFFFU}) {
-    EXPECT_THROW(crypto.decrypt({view, iterations, view}, view.data, 8, plaintext), pbe_error);
-  }
-  EXPECT_FALSE(crypto.decrypt({view, 1, {7, view.data}}, view.data, 8, plaintext));
-}
-
 }  // namespace
