@@ -11,15 +11,10 @@
 #include "test_util.h"
 
 // Each becomes the entry point of one fuzzer; replay.cpp runs them all.
+using harness_t = int(const std::uint8_t* data, std::size_t size);
 extern "C" {
-int harness_containers(const std::uint8_t* data, std::size_t size);
-int harness_elements(const std::uint8_t* data, std::size_t size);
-int harness_keys(const std::uint8_t* data, std::size_t size);
-int harness_name_to_text(const std::uint8_t* data, std::size_t size);
-int harness_oids(const std::uint8_t* data, std::size_t size);
-int harness_t61(const std::uint8_t* data, std::size_t size);
-int harness_text_to_name(const std::uint8_t* data, std::size_t size);
-int harness_times(const std::uint8_t* data, std::size_t size);
+harness_t harness_containers, harness_elements, harness_keys, harness_name_to_text, harness_oids,
+    harness_t61, harness_text_to_name, harness_times;
 }
 
 inline void law(bool holds) {

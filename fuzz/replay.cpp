@@ -14,47 +14,41 @@
 
 namespace {
 
-using harness_t = int (*)(const std::uint8_t*, std::size_t);
-
-const std::map<std::string, harness_t> harnesses = {
+const std::map<std::string, harness_t*> harnesses = {
     {"containers", harness_containers},     {"elements", harness_elements}, {"keys", harness_keys},
     {"name_to_text", harness_name_to_text}, {"oids", harness_oids},         {"t61", harness_t61},
     {"text_to_name", harness_text_to_name}, {"times", harness_times}};
 
-struct input_t {
-  harness_t harness;
-  std::string bytes;
-  void run(std::size_t size) const {
-    harness(reinterpret_cast<const std::uint8_t*>(bytes.data()), size);
-  }
-  void run_damaged() {
-    for (std::size_t n = 0; n < bytes.size(); ++n) {
-      run(n);
-      for (int bit = 1; bit < 0x100; bit <<= 1) {
-        bytes[n] = static_cast<char>(bytes[n] ^ bit);
-        run(bytes.size());
-        bytes[n] = static_cast<char>(bytes[n] ^ bit);
-      }
+void run(harness_t* harness, const std::string& bytes) {
+  harness(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+}
+
+void run_damaged(harness_t* harness, std::string bytes) {
+  for (std::size_t n = 0; n < bytes.size(); ++n) {
+    run(harness, bytes.substr(0, n));
+    const char good = bytes[n];
+    for (int bit = 1; bit < 0x100; bit <<= 1) {
+      bytes[n] = static_cast<char>(good ^ bit);
+      run(harness, bytes);
     }
+    bytes[n] = good;
   }
-};
+}
 
 }  // namespace
 
 int main(int, char** argv) {
   constexpr std::size_t small = 512;
-  std::vector<input_t> inputs;
+  std::vector<std::pair<harness_t*, std::string>> inputs;
   for (const auto& file : std::filesystem::recursive_directory_iterator(argv[1])) {
     if (file.is_regular_file()) {
       std::cout << file.path().native() << std::endl;  // the last one shown is the culprit
       std::ifstream in(file.path(), std::ios::binary);
-      input_t& input = inputs.emplace_back();
-      input = {harnesses.at(file.path().parent_path().filename()),
-               std::string(std::istreambuf_iterator<char>(in), {})};
-      input.run(input.bytes.size());
-      if (input.bytes.size() < small) {
-        input.run_damaged();
-      }
+      const auto& [harness, bytes] =
+          inputs.emplace_back(harnesses.at(file.path().parent_path().filename()),
+                              std::string(std::istreambuf_iterator<char>(in), {}));
+      run(harness, bytes);
+      run_damaged(harness, bytes.size() <= small ? bytes : "");
     }
   }
   std::cout << inputs.size() << " files, in threads" << std::endl;
@@ -62,8 +56,8 @@ int main(int, char** argv) {
   for (std::size_t t = 0; t < 8; ++t) {
     threads.emplace_back([t, &inputs] {
       for (std::size_t i = 0; i < inputs.size(); ++i) {
-        const input_t& input = inputs[(i + t * inputs.size() / 8) % inputs.size()];
-        input.run(input.bytes.size());
+        const auto& [harness, bytes] = inputs[(i + t * inputs.size() / 8) % inputs.size()];
+        run(harness, bytes);
       }
     });
   }

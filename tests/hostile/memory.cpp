@@ -85,33 +85,32 @@ unsigned run_failing(const Action& action) {
   return unwiped;
 }
 
-const unsigned char* data_of(const std::string& s) {
-  return reinterpret_cast<const unsigned char*>(s.data());
-}
-
 const std::string dn = "CN=\\C3\\A9\\, x,O=\"" + std::string(2000, 'o') +
                        "\"+OU=a,1.2.643.100.1=#120131,C=a,C=b,C=c,C=d,C=e,C=f,C=g,C=h,C=i,C=j";
 const std::string name = from_hex("30(31(30(06(550403) 14(C26561))) 31(30(06(2A) 1E(0441))))");
 const std::string map_text = "1.2.3 = X, a long name that does not fit into a short string\n1.2=Y";
 const std::string bytes(2000, '\1'), oid = der(6, bytes), old_text(64, '~');
 const blob_t blob = view(bytes);
+const pkcs5_pbe_gost_t pbe{blob, 1, blob};
+const pkcs8_pki_gost_t key{PKCS8_GOST_2001, blob};
+const pkcs8_encrypted_pki_gost_t shrouded{pbe, blob};
 const oid_map_handle_t default_map = OID_MAP_HANDLE_DEFAULT;
 
 // What only appends to its result, or has none.
 void append(std::string& out) {
   asn_tag_t_<64>(0x04, bytes.data(), 2000);
   asn_write_INTEGER(0x12345678, out);
-  oid_asn_to_str_(data_of(bytes), data_of(bytes) + 2000, out);
+  oid_asn_to_str_(view(bytes).data, view(bytes).data + 2000, out);
   oid_map_release(oid_map_parse(map_text.data(), view(map_text).size));
   ASSERT_TRUE(printable_dn_get_attr(dn.c_str(), "O", out, DN_GET_ATTR_RDN));
   for (const PrintableDnOrder order : {DN_ORDER_DIRECT, DN_ORDER_REVERSE}) {
-    ASSERT_TRUE(asn_dn_to_printable(data_of(name), view(name).size, out, order, default_map));
+    ASSERT_TRUE(asn_dn_to_printable(view(name).data, view(name).size, out, order, default_map));
   }
-  ASSERT_TRUE(asn_oid_to_printable(data_of(oid), view(oid).size, out, true, nullptr));
+  ASSERT_TRUE(asn_oid_to_printable(view(oid).data, view(oid).size, out, true, nullptr));
   std::string normal;
   ASSERT_TRUE(printable_dn_normalize(dn, normal, nullptr, default_map));
   ldap_t61s_to_utf8s(bytes.data(), 2000, out);
-  TO_HEX_STD_STRING(data_of(bytes), 2000, out, ':');
+  TO_HEX_STD_STRING(view(bytes).data, 2000, out, ':');
   TimeToString(0, out);
   CertTimeToStringGMT(0x7E80205070809, CertTimeToString(0x7E80205070809, out));
 }
@@ -121,20 +120,10 @@ using operation_t = void (*)(std::string& out);
 const operation_t operations[] = {
     append,
     [](auto& out) { printable_to_asn_dn(dn.c_str(), out, default_map); },
-    [](auto& out) {
-      std::string digest = bytes;
-      asn_add_alg_to_digest(digest, 0x00040000);
-      out.swap(digest);
-    },
-    [](auto& out) {
-      asn_write_pkcs5_pbe_gost({blob, 1, blob}, out);
-    },
-    [](auto& out) {
-      asn_write_pkcs8_pki_gost({PKCS8_GOST_2001, blob}, out);
-    },
-    [](auto& out) {
-      asn_write_pkcs8_encrypted_pki_gost({{}, blob}, out);
-    },
+    [](auto& out) { asn_add_alg_to_digest(out, 0x00040000); },
+    [](auto& out) { asn_write_pkcs5_pbe_gost(pbe, out); },
+    [](auto& out) { asn_write_pkcs8_pki_gost(key, out); },
+    [](auto& out) { asn_write_pkcs8_encrypted_pki_gost(shrouded, out); },
     [](auto& out) {
       PlainCrypto crypto;
       pkcs12_easy_t model;
@@ -192,35 +181,27 @@ TEST(Wipe, TheWatcherSees) {
   EXPECT_EQ(run_failing([] { std::list<std::string> copies(2, secret); }), 3u);
 }
 
+// A key, SafeContents with a key, and the same with a fault.
 TEST(Wipe, ReadPlaintexts) {
   const std::string bag = der(0x30, file.sample("kbag") + der(0xA0, secrets(9)));
-  const struct {
-    const char *situation, *sample;
-    std::string plaintext;
-    answer_t answer;
-  } cases[] = {
-      {"nothing but room", "lone", "", yes},
-      {"key", "lone", secrets(9), yes},
-      {"refused key", "lone", secrets(9), no},
-      {"key of an object that throws", "lone", secrets(9), thrown},
-      {"SafeContents", "sealed", der(4, der(0x30, bag)), yes},
-      {"SafeContents with a fault", "sealed", der(4, der(0x30, bag + "!")), yes},
-      {"no SafeContents", "sealed", secrets(9), yes},
-      {"refused SafeContents", "sealed", secrets(9), no},
-  };
-  for (const auto& c : cases) {
-    const std::string in = file.sample(c.sample);
-    fake_crypto_t crypto(c.answer, c.plaintext);
-    const auto read = [&] {
-      pkcs12_easy_t filled, other;
-      asn_read_pkcs12_easy(data_of(in), view(in).size, &crypto, filled);
-      asn_read_pkcs12_easy(data_of(in), view(in).size, &crypto, other);
-      filled = std::move(other);
-      const pkcs12_easy_t moved(std::move(filled));
-    };
-    const long before = watch.live;
-    EXPECT_EQ(run_failing(read), 0u) << c.situation;
-    EXPECT_EQ(watch.live, before);
+  const std::string contents = der(4, der(0x30, bag)), fault = der(4, der(0x30, bag + "!"));
+  for (const char* sample : {"lone", "sealed"}) {
+    for (const std::string& plaintext : {std::string(), secrets(9), contents, fault}) {
+      for (const answer_t answer : {yes, no, thrown}) {
+        const std::string in = file.sample(sample);
+        fake_crypto_t crypto(answer, plaintext);
+        const auto read = [&] {
+          pkcs12_easy_t filled, other;
+          asn_read_pkcs12_easy(view(in).data, view(in).size, &crypto, filled);
+          asn_read_pkcs12_easy(view(in).data, view(in).size, &crypto, other);
+          filled = std::move(other);
+          const pkcs12_easy_t moved(std::move(filled));
+        };
+        const long before = watch.live;
+        EXPECT_EQ(run_failing(read), 0u) << sample << ' ' << to_hex(plaintext) << ' ' << answer;
+        EXPECT_EQ(watch.live, before);
+      }
+    }
   }
 }
 
@@ -229,10 +210,10 @@ TEST(Wipe, Writes) {
   const std::string small = secrets(2), large = secrets(9000);
   pkcs12_easy_t model;
   std::list<std::string> outs;
-  for (const std::string* key : {&small, &large, &small, &large}) {
-    model.encrypted_bags.push_back({PKCS12_BAG_KEY, view(*key), blob, {}});
+  for (const std::string* octets : {&small, &large, &small, &large}) {
+    model.encrypted_bags.push_back({PKCS12_BAG_KEY, view(*octets), blob, {}});
     const auto write = [&] {
-      asn_write_pkcs8_pki_gost({PKCS8_GOST_2001, view(*key)}, outs.emplace_back());
+      asn_write_pkcs8_pki_gost({PKCS8_GOST_2001, view(*octets)}, outs.emplace_back());
     };
     EXPECT_EQ(run_failing(write), 0u);
   }
