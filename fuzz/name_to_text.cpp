@@ -14,10 +14,7 @@ bool print(const exact_t& der, PrintableDnOrder order, oid_map_handle_t map, std
 }
 
 void check(const exact_t& der, oid_map_handle_t map) {
-  std::string direct;
-  std::string reverse;
-  std::string once;
-  std::string twice;
+  std::string direct, reverse, once, twice;
   asn_oid_to_printable(der.data(), der.size(), once, true, map);
   const bool printed = print(der, DN_ORDER_DIRECT, map, direct);
   law(printed == print(der, DN_ORDER_REVERSE, map, reverse));

@@ -1,5 +1,7 @@
 // OIDs and map text. Every input is tried as DER content octets, as dotted text and as a map.
 
+#include <sstream>
+
 #include "asn_oidmap.h"
 #include "laws.h"
 
@@ -42,17 +44,15 @@ void check_entry(oid_map_handle_t map, const OIDdescr_t* entry) {
 
 // Looks every word of the map's own text up.
 void check_map(const exact_t& input) {
-  const char* word = reinterpret_cast<const char*>(input.data());
-  const char* const end = word + input.size();
-  const oid_map_handle_t map = oid_map_parse(word, input.size());
-  while (word != end) {
-    const char* const stop = std::find_if(word, end, [](char c) {
-      return std::string_view("\r\n\t =,").find(c) != std::string::npos;
-    });
-    const unsigned size = static_cast<unsigned>(stop - word);
-    check_entry(map, oid_map_find_str(map, word, size));
-    check_entry(map, oid_map_find_sn(map, word, size));
-    word = stop == end ? end : stop + 1;
+  const oid_map_handle_t map = oid_map_parse(input.text(), input.size());
+  std::string text = input.bytes();
+  std::replace(text.begin(), text.end(), '=', ' ');
+  std::replace(text.begin(), text.end(), ',', ' ');
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    const exact_t key(word);
+    check_entry(map, oid_map_find_str(map, key.text(), key.size()));
+    check_entry(map, oid_map_find_sn(map, key.text(), key.size()));
   }
   oid_map_release(map);
 }

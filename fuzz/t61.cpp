@@ -25,8 +25,7 @@ void check_t61(std::string_view text, std::size_t cut) {
     at += (text[at] & 0xF0) == 0xC0 ? 2 : 1;
   }
   at = std::min(at, text.size());
-  std::string whole = "~";
-  std::string parts = "~";
+  std::string whole = "~", parts = "~";
   const bool converted = convert(text, whole);
   law(converted == (convert(text.substr(0, at), parts) && convert(text.substr(at), parts)));
   law(!converted || whole == parts);

@@ -8,9 +8,7 @@ namespace {
 
 // All of the DER is replaced or none of it; it is one element; its text is a fixed point.
 void check_encoding(const char* dn, oid_map_handle_t map) {
-  std::string der = "~";
-  std::string by_product = "~";
-  std::string text = "~";
+  std::string der = "~", by_product = "~", text = "~", again;
   const bool encoded = printable_to_asn_dn(dn, der, map);
   const bool decoded = printable_dn_normalize(dn, text, &by_product, map);
   law(by_product == der && (encoded || (der == "~" && text == "~" && !decoded)));
@@ -23,7 +21,6 @@ void check_encoding(const char* dn, oid_map_handle_t map) {
   const unsigned char* const content = asn1_read_tag(asn_tag_t::SEQUENCE, p, size, &length);
   law(content != nullptr && content + length == p + size);
 
-  std::string again;
   if (decoded && text.find('\0') == std::string::npos &&
       printable_to_asn_dn(text.c_str(), der, map)) {
     law(printable_dn_normalize(text, again, nullptr, map) && again == text);
@@ -33,8 +30,7 @@ void check_encoding(const char* dn, oid_map_handle_t map) {
 void check_queries(const std::string& dn, const char* other) {
   law(printable_dn_contain_attrs(dn.c_str(), dn.c_str()));
   printable_dn_contain_attrs(dn.c_str(), other);
-  std::string rdn;
-  std::string value;
+  std::string rdn, value;
   const bool found = printable_dn_get_attr(dn.c_str(), other, rdn, DN_GET_ATTR_RDN);
   law(found == printable_dn_get_attr(dn.c_str(), other, value, DN_GET_ATTR_VALUE));
   law(found ? dn.find(rdn) != std::string::npos : rdn.empty() && value.empty());

@@ -9,9 +9,7 @@ int harness_times(const std::uint8_t* data, std::size_t size) {
   const cert_time64_t raw = high << 32 | take_number(rest);
   const std::string text(rest);
   for (const cert_time64_t t : {raw, CertTimeFromLogStringGMT(text)}) {
-    std::string shown = "~";
-    std::string local = "~";
-    std::string log = "~";
+    std::string shown = "~", local = "~", log = "~";
     const bool bad = CertTimeToStringGMT(t, shown) == "~Error time";
     law((CertTimeToString(t, local) == "~Error time") == bad && shown[0] == '~');
     law((CertTimeToLogStringGMT(t, log) == "0000.00.00 00:00:00") == bad);

@@ -56,8 +56,7 @@ std::string from_packed(const row_t& row) {
 std::string seconds(long t) {
   char buf[32];
   std::string text = i2s::LogTimeToString(t, buf) + std::string(", ");
-  EXPECT_EQ(TimeToString(t, text),
-            i2s::LogTimeToString(t, buf) + std::string(", ") + TimeToString(t));
+  EXPECT_EQ(TimeToString(t, text).substr(text.find(", ") + 2), TimeToString(t));
   return text;
 }
 
