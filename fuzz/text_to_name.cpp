@@ -27,17 +27,18 @@ void check_encoding(const char* dn, oid_map_handle_t map) {
   }
 }
 
-void check_queries(const std::string& dn, const char* other) {
-  law(printable_dn_contain_attrs(dn.c_str(), dn.c_str()));
-  printable_dn_contain_attrs(dn.c_str(), other);
+void check_queries(const char* text, const char* other) {
+  law(printable_dn_contain_attrs(text, text));
+  printable_dn_contain_attrs(text, other);
+  const std::string dn = text;
   std::string rdn, value;
-  const bool found = printable_dn_get_attr(dn.c_str(), other, rdn, DN_GET_ATTR_RDN);
-  law(found == printable_dn_get_attr(dn.c_str(), other, value, DN_GET_ATTR_VALUE));
+  const bool found = printable_dn_get_attr(text, other, rdn, DN_GET_ATTR_RDN);
+  law(found == printable_dn_get_attr(text, other, value, DN_GET_ATTR_VALUE));
   law(found ? dn.find(rdn) != std::string::npos : rdn.empty() && value.empty());
 
   std::string turned = dn;
   const bool well_formed = printable_dn_reverse(turned.data()) != nullptr;
-  law(well_formed || (turned == dn && !printable_dn_C_before_CN(dn.c_str())));
+  law(well_formed || (turned == dn && !printable_dn_C_before_CN(text)));
   // A backslash that ends the text escapes the comma that comes to stand behind it.
   if (well_formed && (dn.empty() || dn.back() != '\\')) {
     law(printable_dn_reverse(turned.data()) != nullptr && turned == dn);
@@ -47,10 +48,12 @@ void check_queries(const std::string& dn, const char* other) {
 }  // namespace
 
 int harness_text_to_name(const std::uint8_t* data, std::size_t size) {
-  const std::string input = std::string(text_of(data, size)) + '\0';
-  const std::string dn = input.c_str();
-  check_queries(dn, input.c_str() + std::min(dn.size() + 1, input.size()));
-  check_encoding(dn.c_str(), OID_MAP_HANDLE_DEFAULT);
-  check_encoding(dn.c_str(), nullptr);
+  const std::string input(text_of(data, size));
+  const std::string_view name = input.c_str();
+  const exact_t dn({name.data(), name.size() + 1});
+  const exact_t other(input.substr(std::min(name.size() + 1, size)) + '\0');
+  check_queries(dn.text(), other.text());
+  check_encoding(dn.text(), OID_MAP_HANDLE_DEFAULT);
+  check_encoding(dn.text(), nullptr);
   return 0;
 }

@@ -43,8 +43,9 @@ PKIDER_API bool printable_dn_get_attr(const char* dn, const char* attr_name, std
 //
 // It is one forward scan and never goes back: after a component fails at the comma that ends a
 // piece, the next piece is not examined (CN=ab is not found in CN=a,CN=ab); where the last
-// component ends inside a piece the answer is false at once, whatever follows. An empty `attrs` is
-// contained only in an empty `dn` or one that begins with a comma.
+// component ends inside a piece the answer is false at once, whatever follows, but where a quote
+// comes next: then the scan goes on. An empty `attrs` is contained in an empty `dn` and in one that
+// begins with a comma.
 PKIDER_API bool printable_dn_contain_attrs(const char* dn, const char* attrs);
 
 // printable_dn_C_before_CN is false when an attribute CN stands before the first attribute C, or
@@ -52,7 +53,8 @@ PKIDER_API bool printable_dn_contain_attrs(const char* dn, const char* attrs);
 PKIDER_API bool printable_dn_C_before_CN(const char* dn);
 
 // printable_dn_reverse reverses the order of the RDNs in place; the text of each, its leading
-// blanks included, and the order of the attributes inside it stay.
+// blanks included, and the order of the attributes inside it stay. A backslash that ends `dn` comes
+// to stand before a comma, and then escapes it.
 //
 // Returns `dn`, or null with the text unchanged when it is malformed.
 PKIDER_API char* printable_dn_reverse(char* dn);
@@ -98,7 +100,8 @@ PKIDER_API bool asn_oid_to_printable(const unsigned char* der, unsigned len, std
 // value is one of
 //   plain   a backslash stands before one of " # + , ; < = > \ or before two hexadecimal
 //           digits that give a byte; without one, none of these nine may stand anywhere in it;
-//   "..."   only \" is an escape (for a quote); any other backslash stands for itself;
+//   "..."   only \" is an escape (for a quote); any other backslash stands for itself, and so does
+//           a quote in the middle;
 //   #hex    the DER of an element, of which identifier and content are taken.
 // Except for #hex the string type follows from the bytes alone: PrintableString if they all belong
 // to its alphabet, IA5String if all are below 80, else UTF8String (not checked to be UTF-8). The
@@ -115,9 +118,10 @@ PKIDER_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_ha
 // decoded (a #hex value of a string type may be wrong), false with the partial text in `out` and
 // `*der` replaced. `out` may be `in` itself.
 //
-// The normal form of a name is its own normal form, with two exceptions: a byte 00 of a value (\00)
-// stands as it is in `out`, where it ends the text for whoever reads it as zero-terminated; and a
-// dotted type whose second arc is 40 or more prints with another first arc (oid_asn_to_str_).
+// The normal form of a name is its own normal form, with three exceptions: a byte 00 of a value
+// (\00) stands as it is in `out`, where it ends the text for whoever reads it as zero-terminated; a
+// dotted type whose second arc is 40 or more prints with another first arc (oid_asn_to_str_); and in
+// a map of one's own, a type may have an empty short name, or that of another type.
 PKIDER_API bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der,
                                        oid_map_handle_t map);
 

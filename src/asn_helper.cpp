@@ -353,15 +353,15 @@ bool asn_read_pubkey(const unsigned char* p, long n, asn_pubkey_t& out) {
 
 // Drops leading zeros, but for the last byte: many at a time, so that a modulus of nothing else
 // costs little more than one that is not looked into.
-static void drop_zeros(asn_iter_t* number) {
+static void drop_zeros(blob_t& number) {
   static constexpr unsigned char zeros[32] = {};
-  while (number->len > sizeof zeros && std::memcmp(number->ptr, zeros, sizeof zeros) == 0) {
-    number->ptr += sizeof zeros;
-    number->len -= static_cast<unsigned>(sizeof zeros);
+  while (number.size > sizeof zeros && std::memcmp(number.data, zeros, sizeof zeros) == 0) {
+    number.data += sizeof zeros;
+    number.size -= static_cast<unsigned>(sizeof zeros);
   }
-  while (number->len > 1 && *number->ptr == 0) {
-    ++number->ptr;
-    --number->len;
+  while (number.size > 1 && *number.data == 0) {
+    ++number.data;
+    --number.size;
   }
 }
 
@@ -369,15 +369,16 @@ static void drop_zeros(asn_iter_t* number) {
 bool asn_read_rsa_pubkey(const asn_pubkey_t& pk, asn_rsa_pubkey_t& out) {
   asn_iter_t input = asn1_iter_(pk.key);
   asn_iter_t key;
-  asn_iter_t integer;
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &key) ||
-      !asn1_read_tag_i_(asn_tag_t::INTEGER, &key, &integer)) {
+      !asn1_read_view_(asn_tag_t::INTEGER, &key, &out.modulus)) {
     return false;
   }
-  drop_zeros(&integer);
-  out.modulus = asn1_view_(integer);
   asn_iter_t rest = asn1_rest_(pk.key, key.ptr);  // D17
-  return asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.exponent);
+  if (!asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.exponent)) {
+    return false;
+  }
+  drop_zeros(out.modulus);
+  return true;
 }
 
 // Takes an OBJECT IDENTIFIER off `cur`, as the whole element.
