@@ -1,6 +1,6 @@
-// Runs every harness over its folder of the corpus: each file, each prefix of a small one and each
-// change of one of its bits, named on the way; then all files in many threads at once, of which
-// each begins elsewhere.
+// Runs every harness over its folder of the corpus: each file, each prefix of it and each change of
+// one of its bits, named on the way; then all files in many threads at once, of which each begins
+// elsewhere.
 
 #include <filesystem>
 #include <fstream>
@@ -38,7 +38,6 @@ void run_damaged(harness_t* harness, std::string bytes) {
 }  // namespace
 
 int main(int, char** argv) {
-  constexpr std::size_t small = 512;
   std::vector<std::pair<harness_t*, std::string>> inputs;
   for (const auto& file : std::filesystem::recursive_directory_iterator(argv[1])) {
     if (file.is_regular_file()) {
@@ -48,7 +47,7 @@ int main(int, char** argv) {
           inputs.emplace_back(harnesses.at(file.path().parent_path().filename()),
                               std::string(std::istreambuf_iterator<char>(in), {}));
       run(harness, bytes);
-      run_damaged(harness, bytes.size() <= small ? bytes : "");
+      run_damaged(harness, bytes);
     }
   }
   std::cout << inputs.size() << " files, in threads" << std::endl;

@@ -40,8 +40,9 @@ class Command(unittest.TestCase):
                 "broken": pem.replace("=\n", "*\n") + pem, "map.cfg": "1.2.3.4 = FOO, fooName\n",
                 "crl": pem.replace("CERTIFICATE", "X509 CRL")}.items():
             Path(name).write_text(text)
-        rows = Path(ROOT, "tests/data/command.txt").read_text()
-        for row in re.findall("^pkider.*", rows, re.M):
+        rows = re.findall("^pkider.*", Path(ROOT, "tests/data/command.txt").read_text(), re.M)
+        self.assertTrue(rows)
+        for row in rows:
             with self.subTest(row):
                 command, status, out, err = row.split("|")
                 got = run("sh", "-c", "./" + command)

@@ -68,6 +68,8 @@ TEST(damaged_containers, every_prefix_and_every_flipped_bit) {
   const std::string right = outcome(good);
   ASSERT_EQ(std::count(right.begin(), right.end(), '\n'), 6) << right;
   quick_pbe::learning = false;
+  EXPECT_NE(outcome(good.substr(0, good.size() - 3) + std::string(3, '\0')).find("in 0 rounds"),
+            std::string::npos);
   for (std::size_t i = 0; i < good.size(); ++i) {
     EXPECT_EQ(outcome(good.substr(0, i)).rfind("sample: ", 0), 0U) << i;
     for (int bit = 1; bit < 256; bit <<= 1) {
