@@ -9,8 +9,7 @@
 
 namespace {
 
-class toy_crypto_t : public PlainCrypto {
- public:
+struct toy_crypto_t : PlainCrypto {
   bool verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, unsigned size) override {
     law(bytes_of(blob_t{size, data}).size() == size);  // all of them can be read
     return mac.mac_salt.size == 0 || mac.mac_salt.data[0] != 0xFF;
@@ -20,7 +19,7 @@ class toy_crypto_t : public PlainCrypto {
     plaintext.assign(data, data + (pbe.salt.size == 2 ? size / 2 : size));
     return pbe.salt.size == 0 || pbe.salt.data[0] != 0xFF;
   }
-};
+} toy_crypto;
 
 // The views that survive writing and reading.
 struct views_t {
@@ -50,13 +49,11 @@ bool read_pbe(const unsigned char* p, unsigned n, pkcs5_pbe_gost_t& out) {
 }
 
 bool read_model(const unsigned char* p, unsigned n, pkcs12_easy_t& out) {
-  toy_crypto_t crypto;
-  return asn_read_pkcs12_easy(p, n, &crypto, out);
+  return asn_read_pkcs12_easy(p, n, &toy_crypto, out);
 }
 
 void write_model(const pkcs12_easy_t& model, std::string& out) {
-  toy_crypto_t crypto;
-  asn_write_pkcs12_easy(model, &crypto, out);
+  asn_write_pkcs12_easy(model, &toy_crypto, out);
 }
 
 // Whether a view shows bytes of the input or of a plaintext that the record keeps.

@@ -8,8 +8,7 @@ namespace {
 // What a builder makes of the same content is not longer and reads back as the same element.
 void check_builder(asn_tag_t::Type type, const unsigned char* content, unsigned length,
                    unsigned header) {
-  asn_tag_t_<24> built(static_cast<unsigned char>(type));
-  built.append_bytes(content, length / 2);
+  asn_tag_t_<24> built(static_cast<unsigned char>(type), content, length / 2);
   built.append_bytes(content + length / 2, length - length / 2);
   unsigned again = 0;
   const unsigned char* const read =

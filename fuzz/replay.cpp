@@ -4,10 +4,10 @@
 
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <iostream>
 #include <iterator>
 #include <map>
-#include <thread>
 #include <vector>
 
 #include "laws.h"
@@ -51,17 +51,14 @@ int main(int, char** argv) {
     }
   }
   std::cout << inputs.size() << " files, in threads" << std::endl;
-  std::vector<std::thread> threads;
+  std::vector<std::future<void>> threads;
   for (std::size_t t = 0; t < 8; ++t) {
-    threads.emplace_back([t, &inputs] {
+    threads.push_back(std::async(std::launch::async, [t, &inputs] {
       for (std::size_t i = 0; i < inputs.size(); ++i) {
         const auto& [harness, bytes] = inputs[(i + t * inputs.size() / 8) % inputs.size()];
         run(harness, bytes);
       }
-    });
-  }
-  for (std::thread& thread : threads) {
-    thread.join();
+    }));
   }
   return inputs.empty() ? 1 : 0;
 }

@@ -15,11 +15,11 @@ void check_encoding(const char* dn, oid_map_handle_t map) {
   if (!encoded) {
     return;
   }
+  const exact_t element(der);
   unsigned length = 0;
-  const unsigned size = static_cast<unsigned>(der.size());
-  const auto* p = reinterpret_cast<const unsigned char*>(der.data());
-  const unsigned char* const content = asn1_read_tag(asn_tag_t::SEQUENCE, p, size, &length);
-  law(content != nullptr && content + length == p + size);
+  const unsigned char* const content =
+      asn1_read_tag(asn_tag_t::SEQUENCE, element.data(), element.size(), &length);
+  law(content != nullptr && content + length == element.data() + element.size());
 
   if (decoded && text.find('\0') == std::string::npos &&
       printable_to_asn_dn(text.c_str(), der, map)) {

@@ -22,8 +22,7 @@ std::string map(const row_t& row) {
   const unsigned size = longer.size() - 1;
   const pki_alg_t code = to_alg(longer.data(), size);
   EXPECT_EQ(PKI_OID_TO_ALG(longer.data(), size), code) << row.input;
-  EXPECT_EQ(to_alg(longer.data(), size + 1), 0u) << row.input;
-  EXPECT_EQ(to_alg(longer.data(), size - 1), 0u) << row.input;
+  EXPECT_EQ(to_alg(longer.data(), size + 1) | to_alg(longer.data(), size - 1), 0u) << row.input;
   EXPECT_EQ(to_alg(nullptr, 0), 0u);
   EXPECT_EQ(to_oid(code_of(row.argument) | 0x80000000)->data, nullptr) << row.argument;
   EXPECT_EQ(to_oid(0)->size, 0u);
@@ -123,12 +122,11 @@ TEST(Readers, Rows) {
 }
 
 TEST(Readers, PublicKeySizeIsALong) {
-  const std::string good = from_hex("30 08 30 03 06 01 2A 03 01 07");
-  const auto* p = reinterpret_cast<const unsigned char*>(good.data());
+  const exact_t in(from_hex("30 08 30 03 06 01 2A 03 01 07"));
   asn_pubkey_t pk;
-  EXPECT_FALSE(asn_read_pubkey(p, -1, pk));
-  EXPECT_FALSE(asn_read_pubkey(p, std::numeric_limits<long>::min(), pk));
-  EXPECT_EQ(asn_read_pubkey(p, std::numeric_limits<long>::max(), pk), sizeof(long) == 4);
+  EXPECT_FALSE(asn_read_pubkey(in.data(), -1, pk));
+  EXPECT_FALSE(asn_read_pubkey(in.data(), std::numeric_limits<long>::min(), pk));
+  EXPECT_EQ(asn_read_pubkey(in.data(), std::numeric_limits<long>::max(), pk), sizeof(long) == 4);
 }
 
 }  // namespace

@@ -47,21 +47,17 @@ std::string built_in(const row_t& row) {
   return show(OID_MAP_HANDLE_DEFAULT, *std::next(entries.begin(), std::stol(row.input)));
 }
 
-struct map_t {
-  explicit map_t(const exact_t& text) : handle(oid_map_parse(text.text(), text.size())) {}
-  ~map_t() { oid_map_release(handle); }
-  oid_map_handle_t handle;
-};
-
 std::string show_map(std::string text) {
   std::replace(text.begin(), text.end(), ';', '\n');
   std::replace(text.begin(), text.end(), '^', '\r');
   std::replace(text.begin(), text.end(), '~', '\t');
-  const map_t map{exact_t(text)};
+  const exact_t in(text);
+  const oid_map_handle_t map = oid_map_parse(in.text(), in.size());
   std::string shown;
-  for (const OIDdescr_t& entry : map.handle->entries) {
-    shown += show(map.handle, entry);
+  for (const OIDdescr_t& entry : map->entries) {
+    shown += show(map, entry);
   }
+  oid_map_release(map);
   return shown.empty() ? "-" : shown;
 }
 
@@ -84,13 +80,15 @@ TEST(OidMap, FindsEachOfMany) {
     keys.emplace_back("1.3" + arcs + "." + tail, std::string(i / 3, 'X') + "Y" + tail);
     text += keys.back().first + "=" + keys.back().second + "\n";
   }
-  const map_t map{exact_t(text + text)};
+  const exact_t in(text + text);
+  const oid_map_handle_t map = oid_map_parse(in.text(), in.size());
   for (std::size_t i = 0; i < keys.size(); ++i) {
     const auto& [dotted, name] = keys[i];
     const std::string at = " " + std::to_string(i);
-    ASSERT_EQ(places(map.handle, dotted, name), at + at + at);
-    ASSERT_EQ(places(map.handle, dotted + ".1", name + "0"), " 1200 1200 1200");
+    ASSERT_EQ(places(map, dotted, name), at + at + at);
+    ASSERT_EQ(places(map, dotted + ".1", name + "0"), " 1200 1200 1200");
   }
+  oid_map_release(map);
 }
 
 }  // namespace

@@ -128,8 +128,7 @@ TEST(Names, EveryByteOfAValue) {
 
 // The two orders mirror each other, escapes and all.
 TEST(Names, OfManyRdns) {
-  std::string direct;
-  std::string mirrored;
+  std::string direct, mirrored;
   const auto rdn = [](int i) { return ",CN=" + std::to_string(i) + "+SN=a\\,"; };
   for (int i = 0; i < 10000; ++i) {
     direct += rdn(i);

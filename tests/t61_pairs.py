@@ -19,8 +19,7 @@ def column(first, words):
 
 
 PREFIXES, SPACING = column(0xC1, MARKS), column(0xC1, ACCENTS)
-SINGLES = {byte: byte for byte in range(0xC0) if byte not in INVALID}
-SINGLES.update(SYMBOLS | column(0xE0, LETTERS))
+SINGLES = {byte: byte for byte in range(0xC0) if byte not in INVALID} | SYMBOLS | column(0xE0, LETTERS)
 
 
 def combine(prefix, byte):

@@ -15,18 +15,17 @@ namespace {
 
 // Derives in earnest what the good sample needs, once. For any other salt or count one round gives
 // a wrong key just as well.
-class quick_pbe : public gost_pbe {
- public:
-  explicit quick_pbe(bool any_mac)
-      : gost_pbe(secret_t(password.begin(), password.end())), any_mac_(any_mac) {}
+struct quick_pbe : gost_pbe {
+  inline static const std::string password = "pkider-sample";
+  inline static bool learning = true;
+  const bool any_mac;
+
+  explicit quick_pbe(bool any) : gost_pbe({password.begin(), password.end()}), any_mac(any) {}
 
   bool verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, unsigned size) override {
-    return any_mac_ || gost_pbe::verify_mac(mac, data, size);
+    return any_mac || gost_pbe::verify_mac(mac, data, size);
   }
 
-  inline static bool learning = true;
-
- protected:
   secret_t derive(const blob_t& salt, unsigned iterations, unsigned block) override {
     static std::map<std::string, secret_t> learned;
     const std::string asked = bytes_of(salt) + std::to_string(iterations) + std::to_string(block);
@@ -35,10 +34,6 @@ class quick_pbe : public gost_pbe {
     }
     return learned.count(asked) != 0 ? learned[asked] : gost_pbe::derive(salt, 1, block);
   }
-
- private:
-  inline static const std::string password = "pkider-sample";
-  const bool any_mac_;
 };
 
 // Everything that was read, or the message.

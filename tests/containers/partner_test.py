@@ -49,8 +49,8 @@ def check(what, condition):
 def exchange(kind, at):
     """One kind of key, both ways. The certificates take more than 1,024 bytes, where GOST 28147-89
     changes its key."""
-    def certtool(line, **kw):
-        return run("certtool", *line.split(), "--password", PASSWORD, cwd=at, **kw)
+    def certtool(line, password=PASSWORD, **kw):
+        return run("certtool", *line.split(), "--password", password, cwd=at, **kw)
 
     def pkider(line, env="PASSWORD", **kw):
         return run(PKIDER, *line.split(), "--password-env", env, cwd=at, **kw)
@@ -122,8 +122,7 @@ def exchange(kind, at):
              "none of the certificates belongs to this key")]:
         pkider(line, env, status=status, err=err)
     check("left over", not (at / "new.p12").exists())
-    run(*"certtool --p12-info --inder --infile our.p12 --password no".split(), cwd=at, status=1,
-        err="verify_mac")
+    certtool("--p12-info --inder --infile our.p12", "no", status=1, err="verify_mac")
     pkider(create + " native.p12 --native")
     check("native", "private key" in pkider("p12 show native.p12"))
     certtool("--p12-info --inder --infile native.p12", status=1)
