@@ -120,8 +120,8 @@ PKIDER_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_ha
 //
 // The normal form of a name is its own normal form, with three exceptions: a byte 00 of a value
 // (\00) stands as it is in `out`, where it ends the text for whoever reads it as zero-terminated; a
-// dotted type whose second arc is 40 or more prints with another first arc (oid_asn_to_str_); and in
-// a map of one's own, a type may have an empty short name, or that of another type.
+// dotted type whose second arc is 40 or more prints with another first arc (oid_asn_to_str_); in a
+// map of one's own, a type may have an empty short name, or that of another type.
 PKIDER_API bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der,
                                        oid_map_handle_t map);
 
