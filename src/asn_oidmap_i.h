@@ -123,21 +123,23 @@ class oid_index_t {
     return head << (head_size - i) * 8;
   }
 
+  static bool is_whole_key(std::uint64_t head) { return head >> head_size * 8 <= head_size; }
+
   static std::size_t slot_of(const OIDdescr_t& entry) {
     return (Compare::hint(key_of(entry), entry.*Size) + entry.*Size * 16) % slots;
   }
 
   static bool equal(const row& a, const row& b) {
-    const unsigned size = b.entry->*Size;
-    if (a.head != b.head || size <= head_size) {
+    if (a.head != b.head || is_whole_key(a.head)) {
       return a.head == b.head;
     }
+    const unsigned size = b.entry->*Size;
     return a.entry->*Size == size &&
            Compare::compare(key_of(*a.entry), key_of(*b.entry), size) == 0;
   }
 
   static bool precedes(const row& a, const row& b) {
-    if (a.head != b.head || a.head >> head_size * 8 <= head_size) {
+    if (a.head != b.head || is_whole_key(a.head)) {
       return a.head < b.head;
     }
     return oid_map_compare_t<Key, Size, Compare>()(*a.entry, *b.entry);

@@ -13,7 +13,7 @@ extern T object;  // never defined
 
 // Tells whether these members stand in this order, each at the next multiple of four, and fill T.
 template <class T, class... Members>
-constexpr bool laid_out(Members T::*... members) {
+static constexpr bool laid_out(Members T::*... members) {
   const void* const at[] = {&(object<T>.*members)..., &object<T> + 1};
   bool in_order = true;
   for (std::size_t i = 0; i < sizeof...(members); ++i) {
