@@ -10,11 +10,12 @@
 #include <limits>
 #include <vector>
 
-#include "asn_helper.h"
-#include "asn_printable.h"
-#include "int2str.h"
+#include <pkider/asn_helper.h>
+#include <pkider/asn_printable.h>
+#include <pkider/int2str.h>
+#include <pkider/t61.h>
+
 #include "plain_crypto.h"
-#include "t61.h"
 #include "test_util.h"
 
 namespace {

@@ -11,7 +11,8 @@
 
 #include <memory>
 
-#include "asn_helper.h"
+#include <pkider/asn_helper.h>
+
 #include "cases.h"
 #include "samples.h"
 

@@ -2,10 +2,11 @@
 
 #include <memory>
 
+#include <pkider/asn_helper.h>
+#include <pkider/asn_oidmap.h>
+#include <pkider/asn_printable.h>
+
 #include "asn_cursor.h"
-#include "asn_helper.h"
-#include "asn_oidmap.h"
-#include "asn_printable.h"
 #include "cases.h"
 #include "plain_crypto.h"
 #include "samples.h"

@@ -3,7 +3,7 @@
 #ifndef PKIDER_BENCH_PLAIN_CRYPTO_H
 #define PKIDER_BENCH_PLAIN_CRYPTO_H
 
-#include "pkcs12_helper.h"
+#include <pkider/pkcs12_helper.h>
 
 struct Container;
 

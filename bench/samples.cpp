@@ -6,9 +6,10 @@
 #include <fstream>
 #include <iterator>
 
+#include <pkider/asn_oidmap.h>
+#include <pkider/asn_printable.h>
+
 #include "asn_cursor.h"
-#include "asn_oidmap.h"
-#include "asn_printable.h"
 #include "cases.h"
 #include "plain_crypto.h"
 

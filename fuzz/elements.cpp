@@ -1,6 +1,7 @@
 // Elements and INTEGERs. The first four bytes are a limit; the rest is DER.
 
-#include "asn_tag.h"
+#include <pkider/asn_tag.h>
+
 #include "laws.h"
 
 namespace {

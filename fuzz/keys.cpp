@@ -1,6 +1,7 @@
 // Public keys, signature values and algorithms, DigestInfo: views lie inside the input.
 
-#include "asn_helper.h"
+#include <pkider/asn_helper.h>
+
 #include "laws.h"
 
 namespace {

@@ -7,7 +7,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "asn_reader.h"
+#include <pkider/asn_reader.h>
+
 #include "test_util.h"
 
 // Each becomes the entry point of one fuzzer; replay.cpp runs them all.

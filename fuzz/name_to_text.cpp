@@ -1,6 +1,7 @@
 // Names from DER to text, in both orders, and on to DER again; the same bytes as an OID element.
 
-#include "asn_printable.h"
+#include <pkider/asn_printable.h>
+
 #include "laws.h"
 
 namespace {

@@ -2,7 +2,8 @@
 
 #include <sstream>
 
-#include "asn_oidmap.h"
+#include <pkider/asn_oidmap.h>
+
 #include "laws.h"
 
 namespace {

@@ -1,10 +1,10 @@
 // T.61, code pages and single code points. The first four bytes are a code point, and say where
 // the text after them is cut in two.
 
-#include "t61.h"
+#include <pkider/platform.h>
+#include <pkider/t61.h>
 
 #include "laws.h"
-#include "platform.h"
 
 namespace {
 

@@ -1,7 +1,8 @@
 // Printable names: queries, reversal, encoding, the normal form. Up to its first zero byte the
 // input is a name; what follows is looked for in it.
 
-#include "asn_printable.h"
+#include <pkider/asn_printable.h>
+
 #include "laws.h"
 
 namespace {

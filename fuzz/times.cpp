@@ -1,6 +1,7 @@
 // Times. The first eight bytes are a time, packed and as seconds; the rest is text.
 
-#include "int2str.h"
+#include <pkider/int2str.h>
+
 #include "laws.h"
 
 int harness_times(const std::uint8_t* data, std::size_t size) {

@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "asn_reader.h"
+#include <pkider/asn_reader.h>
 
 // The header of one element: its own size, and the length it declares.
 struct asn1_header_t {

@@ -1,11 +1,11 @@
-#include "asn_helper.h"
-
 #include <cstring>
 #include <limits>
 
+#include <pkider/asn_helper.h>
+#include <pkider/asn_tag.h>
+
 #include "asn_cursor.h"
 #include "asn_oids.h"
-#include "asn_tag.h"
 #include "out_string.h"
 
 // ---- Algorithm codes ----

@@ -1,12 +1,12 @@
-#include "asn_oidmap.h"
-
 #include <charconv>
 #include <cstdio>
 #include <memory>
 #include <string>
 
+#include <pkider/asn_oidmap.h>
+#include <pkider/platform.h>
+
 #include "asn_oidmap_i.h"
-#include "platform.h"
 
 // ---- OID codec ----
 

@@ -10,7 +10,7 @@
 #include <list>
 #include <vector>
 
-#include "asn_oidmap.h"
+#include <pkider/asn_oidmap.h>
 
 // Reads one decimal number at `p`, up to `end` or the separator, on which it leaves `p`. Nothing to
 // read is 0. False when another character stands there or the number does not fit 32 bits.

@@ -1,16 +1,16 @@
-#include "asn_printable.h"
-
 #include <algorithm>
 #include <cstring>
 #include <string_view>
 
+#include <pkider/asn_helper.h>
+#include <pkider/asn_printable.h>
+#include <pkider/asn_tag.h>
+#include <pkider/int2str.h>
+#include <pkider/platform.h>
+
 #include "asn_cursor.h"
-#include "asn_helper.h"
 #include "asn_printable_i.h"
-#include "asn_tag.h"
-#include "int2str.h"
 #include "out_string.h"
-#include "platform.h"
 #include "t61_i.h"
 
 // ---- Splitting ----

@@ -1,6 +1,6 @@
-#include "asn_reader.h"
-
 #include <cstdint>
+
+#include <pkider/asn_reader.h>
 
 #include "asn_cursor.h"
 

@@ -1,10 +1,10 @@
-#include "int2str.h"
-
 #include <strings.h>
 
 #include <cstdio>
 #include <cstring>
 #include <limits>
+
+#include <pkider/int2str.h>
 
 #include "out_string.h"
 

@@ -2,11 +2,12 @@
 // library.
 #include <cstddef>
 
-#include "asn_helper.h"
-#include "asn_oidmap.h"
+#include <pkider/asn_helper.h>
+#include <pkider/asn_oidmap.h>
+#include <pkider/asn_tag.h>
+#include <pkider/pkcs12_helper.h>
+
 #include "asn_printable_i.h"
-#include "asn_tag.h"
-#include "pkcs12_helper.h"
 
 template <class T>
 extern T object;  // never defined

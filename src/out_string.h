@@ -10,7 +10,7 @@
 #include <new>
 #include <string>
 
-#include "asn_tag.h"
+#include <pkider/asn_tag.h>
 
 // The size of a string with `count` bytes more. Throws std::bad_alloc where no string is that long.
 inline std::size_t grown_size_(const std::string& s, std::uint64_t count) {

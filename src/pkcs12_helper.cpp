@@ -1,10 +1,10 @@
-#include "pkcs12_helper.h"
-
 #include <utility>
+
+#include <pkider/asn_tag.h>
+#include <pkider/pkcs12_helper.h>
 
 #include "asn_cursor.h"
 #include "asn_oids.h"
-#include "asn_tag.h"
 #include "out_string.h"
 #include "secret.h"
 

@@ -1,8 +1,8 @@
-#include "pkcs8_helper.h"
+#include <pkider/asn_tag.h>
+#include <pkider/pkcs8_helper.h>
 
 #include "asn_cursor.h"
 #include "asn_oids.h"
-#include "asn_tag.h"
 #include "out_string.h"
 #include "secret.h"
 

@@ -1,9 +1,8 @@
-#include "platform.h"
-
 #include <cstdint>
 #include <limits>
 
-#include "t61.h"
+#include <pkider/platform.h>
+#include <pkider/t61.h>
 
 __attribute__((weak)) const char* system_config_dir() {
   return PKIDER_CONFIG_DIR;

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "asn_tag.h"
+#include <pkider/asn_tag.h>
 
 // Wipes all that a string's memory may still hold, beyond its size too, and leaves it empty.
 inline void wipe_string_(std::string& s) {

@@ -1,6 +1,6 @@
-#include "t61.h"
-
 #include <cstdint>
+
+#include <pkider/t61.h>
 
 #include "out_string.h"
 #include "t61_i.h"

@@ -1,6 +1,6 @@
-#include "asn_helper.h"
-
 #include <limits>
+
+#include <pkider/asn_helper.h>
 
 #include "rows.h"
 

@@ -1,4 +1,4 @@
-#include "asn_oidmap.h"
+#include <pkider/asn_oidmap.h>
 
 #include "asn_oidmap_i.h"
 #include "rows.h"

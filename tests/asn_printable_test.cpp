@@ -1,8 +1,8 @@
 // Distinguished names: the syntax of the text, DER to text, text to DER, and the normal form.
 
-#include "asn_printable.h"
-
 #include <cstring>
+
+#include <pkider/asn_printable.h>
 
 #include "asn_printable_i.h"
 #include "rows.h"

@@ -1,4 +1,4 @@
-#include "asn_reader.h"
+#include <pkider/asn_reader.h>
 
 #include "asn_cursor.h"
 #include "rows.h"

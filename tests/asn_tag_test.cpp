@@ -1,8 +1,8 @@
-#include "asn_tag.h"
-
 #include <gtest/gtest.h>
 
 #include <type_traits>
+
+#include <pkider/asn_tag.h>
 
 #include "test_util.h"
 

@@ -86,7 +86,7 @@ class Command(unittest.TestCase):
         readme = Path(ROOT, "README.md").read_text()
         Path("example.cpp").write_text(re.search(r"```cpp\n(.*?)```", readme, re.S)[1])
         self.assertEqual((0, "", ""), run(
-            *COMPILER, "-std=c++17", "-I" + LIBRARY_DIR + "/../include", "example.cpp", "-o", "example",
+            *COMPILER, "-std=c++17", "-I" + ROOT + "/include", "example.cpp", "-o", "example",
             "-L" + LIBRARY_DIR, "-lpkider", "-Wl,-rpath," + LIBRARY_DIR))
         sessions = "".join(re.findall(r"```console\n(.*?)```", readme, re.S))
         steps = re.findall(r"^\$ (?:\./)?((?:example|pkider)\b.*)\n([^$]*)", sessions, re.M)

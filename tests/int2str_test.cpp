@@ -1,7 +1,7 @@
-#include "int2str.h"
-
 #include <cstdlib>
 #include <limits>
+
+#include <pkider/int2str.h>
 
 #include "rows.h"
 

@@ -2,7 +2,8 @@
 
 #include <type_traits>
 
-#include "pkcs12_helper.h"
+#include <pkider/pkcs12_helper.h>
+
 #include "rows.h"
 
 namespace {

@@ -9,7 +9,8 @@
 #include <map>
 #include <sstream>
 
-#include "asn_reader.h"
+#include <pkider/asn_reader.h>
+
 #include "test_util.h"
 
 struct row_t {

@@ -1,8 +1,8 @@
 // T.61 against Unicode's own data, the UTF-8 encoder, and the code page converter.
 
-#include "t61.h"
+#include <pkider/platform.h>
+#include <pkider/t61.h>
 
-#include "platform.h"
 #include "rows.h"
 
 namespace {

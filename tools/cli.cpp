@@ -14,9 +14,10 @@
 #include <limits>
 #include <memory>
 
+#include <pkider/int2str.h>
+
 #include "asn_cursor.h"
 #include "asn_oidmap_i.h"
-#include "int2str.h"
 
 // ---- Messages ----
 

@@ -9,9 +9,9 @@
 #include <string_view>
 #include <vector>
 
-#include "asn_oidmap.h"
-#include "asn_printable.h"
-#include "asn_reader.h"
+#include <pkider/asn_oidmap.h>
+#include <pkider/asn_printable.h>
+#include <pkider/asn_reader.h>
 
 // ---- Messages ----
 

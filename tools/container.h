@@ -5,8 +5,9 @@
 
 #include <string>
 
+#include <pkider/pkcs12_helper.h>
+
 #include "gost_pbe.h"
-#include "pkcs12_helper.h"
 
 struct container_t {
   std::string der;  // as the library reads it: with the parameters that some programs leave out

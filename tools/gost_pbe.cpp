@@ -9,9 +9,10 @@
 #include <system_error>
 #include <utility>
 
+#include <pkider/asn_tag.h>
+
 #include "asn_cursor.h"
 #include "asn_oids.h"
-#include "asn_tag.h"
 #include "prf_parameters.h"
 
 namespace {

@@ -10,7 +10,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "pkcs12_helper.h"
+#include <pkider/pkcs12_helper.h>
+
 #include "secure_memory.h"
 
 // What a container asks for and does not get. The message says why.

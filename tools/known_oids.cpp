@@ -2,8 +2,8 @@
 
 #include <strings.h>
 
-#include "asn_helper.h"
-#include "asn_oidmap.h"
+#include <pkider/asn_helper.h>
+#include <pkider/asn_oidmap.h>
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "asn_reader.h"
+#include <pkider/asn_reader.h>
 
 constexpr mode_t public_mode = 0644;
 constexpr mode_t private_mode = 0600;

@@ -1,7 +1,8 @@
 #include "prf_parameters.h"
 
+#include <pkider/asn_tag.h>
+
 #include "asn_cursor.h"
-#include "asn_tag.h"
 
 namespace {
 

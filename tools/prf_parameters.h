@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "asn_reader.h"
+#include <pkider/asn_reader.h>
 
 // The element or elements in `der` with NULL parameters added to every bare AlgorithmIdentifier of
 // HMAC on GOST R 34.11-94, inside OCTET STRINGs too. All else stays as it is.

@@ -5,10 +5,11 @@
 #include <algorithm>
 #include <memory>
 
+#include <pkider/pkcs8_helper.h>
+
 #include "asn_cursor.h"
 #include "asn_oids.h"
 #include "known_oids.h"
-#include "pkcs8_helper.h"
 #include "prf_parameters.h"
 
 namespace {

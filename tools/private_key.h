@@ -5,8 +5,9 @@
 
 #include <string>
 
-#include "asn_helper.h"
-#include "asn_reader.h"
+#include <pkider/asn_helper.h>
+#include <pkider/asn_reader.h>
+
 #include "cli.h"
 #include "password.h"
 

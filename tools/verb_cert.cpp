@@ -4,8 +4,9 @@
 #include <iostream>
 #include <memory>
 
+#include <pkider/asn_helper.h>
+
 #include "asn_cursor.h"
-#include "asn_helper.h"
 #include "cli.h"
 #include "known_oids.h"
 #include "verbs.h"

@@ -4,9 +4,10 @@
 #include <iostream>
 #include <memory>
 
+#include <pkider/asn_helper.h>
+#include <pkider/asn_tag.h>
+
 #include "asn_cursor.h"
-#include "asn_helper.h"
-#include "asn_tag.h"
 #include "cli.h"
 #include "known_oids.h"
 #include "verbs.h"

@@ -9,14 +9,15 @@
 #include <iostream>
 #include <memory>
 
+#include <pkider/pkcs12_helper.h>
+#include <pkider/platform.h>
+
 #include "asn_cursor.h"
 #include "cli.h"
 #include "container.h"
 #include "known_oids.h"
 #include "output_file.h"
 #include "password.h"
-#include "pkcs12_helper.h"
-#include "platform.h"
 #include "private_key.h"
 #include "verbs.h"
 

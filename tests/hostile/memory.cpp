@@ -8,12 +8,13 @@
 #include <cstdlib>
 #include <new>
 
+#include <pkider/asn_helper.h>
+#include <pkider/asn_printable.h>
+#include <pkider/asn_tag.h>
+#include <pkider/t61.h>
+
 #include "../../bench/plain_crypto.h"
-#include "asn_helper.h"
-#include "asn_printable.h"
-#include "asn_tag.h"
 #include "rows.h"
-#include "t61.h"
 
 namespace {
 

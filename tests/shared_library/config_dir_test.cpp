@@ -5,8 +5,8 @@
 #include <iostream>
 #include <string>
 
-#include "asn_oidmap.h"
-#include "platform.h"
+#include <pkider/asn_oidmap.h>
+#include <pkider/platform.h>
 
 const char* system_config_dir() {
   return std::getenv("CONFIG_DIR");
