@@ -6,6 +6,7 @@
 
 #include "asn_cursor.h"
 #include "asn_oids.h"
+#include "der_writer.h"
 #include "out_string.h"
 
 // ---- Algorithm codes ----

@@ -10,6 +10,7 @@
 
 #include "asn_cursor.h"
 #include "asn_printable_i.h"
+#include "der_writer.h"
 #include "out_string.h"
 #include "t61_i.h"
 

@@ -1,4 +1,4 @@
-// Outputs: room at the end of strings and elements, and strings that take over a finished element.
+// Strings: growth that throws std::bad_alloc alone, reversal, 32-bit sizes.
 
 #ifndef PKIDER_SRC_OUT_STRING_H
 #define PKIDER_SRC_OUT_STRING_H
@@ -9,8 +9,7 @@
 #include <limits>
 #include <new>
 #include <string>
-
-#include <pkider/asn_tag.h>
+#include <string_view>
 
 // The size of a string with `count` bytes more. Throws std::bad_alloc where no string is that long.
 inline std::size_t grown_size_(const std::string& s, std::uint64_t count) {
@@ -23,6 +22,16 @@ inline std::size_t grown_size_(const std::string& s, std::uint64_t count) {
 // Makes room for `count` more bytes.
 inline void reserve_string_(std::string& s, std::uint64_t count) {
   s.reserve(grown_size_(s, count));
+}
+
+// Appends bytes. They may be the string's own.
+inline void append_string_(std::string& s, std::string_view bytes) {
+  grown_size_(s, bytes.size());
+  s.append(bytes);
+}
+inline void append_string_(std::string& s, char byte) {
+  grown_size_(s, 1);
+  s.push_back(byte);
 }
 
 // Appends `count` bytes for the caller to fill and returns the first.
@@ -50,17 +59,6 @@ inline void reverse_bytes_(char* begin, char* end) {
   std::reverse(begin, end);
 }
 
-// Appends a child to a parent that may get any number of them: room at least doubles when it grows,
-// which the builder's own growth does not.
-template <unsigned N, unsigned M>
-void append_one_of_many_(asn_tag_t_<N>& parent, const asn_tag_t_<M>& child) {
-  if (parent.capacity - parent.len < std::uint64_t{child.size} + 6) {
-    const bool may_double = parent.len < std::numeric_limits<unsigned>::max() / 4;
-    parent.reserve(may_double ? std::max(parent.len, child.size) : child.size);
-  }
-  parent.append_tag(child);
-}
-
 // The size of a string that must go into an element. Throws std::bad_alloc where it has no 32-bit
 // size.
 inline unsigned size32_(std::uint64_t size) {
@@ -71,19 +69,6 @@ inline unsigned size32_(std::uint64_t size) {
 }
 inline unsigned size32_(const std::string& s) {
   return size32_(s.size());
-}
-
-template <unsigned N>
-void append_INTEGER_(asn_tag_t_<N>& parent, unsigned value) {
-  std::string octets;
-  asn_write_INTEGER(value, octets);
-  parent.append_element(asn_tag_t::INTEGER, octets.data(), size32_(octets));
-}
-
-// Replaces `out` with a finished element.
-template <unsigned N>
-void assign_tag_(std::string& out, const asn_tag_t_<N>& element) {
-  out.assign(reinterpret_cast<const char*>(element.encoded()), element.encoded_size());
 }
 
 #endif
