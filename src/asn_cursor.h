@@ -19,7 +19,7 @@ inline asn1_header_t asn1_decode_header_(asn_tag_t::Type type, const unsigned ch
   if (n < 2) {
     return {0, 0};
   }
-  if (type != asn_tag_t::ANY && p[0] != type) {  // D2: one byte, whatever its tag number
+  if (type != asn_tag_t::ANY && p[0] != type) {  // Q2: one byte, whatever its tag number
     return {0, 0};
   }
   const unsigned first = p[1];
@@ -34,12 +34,14 @@ inline asn1_header_t asn1_decode_header_(asn_tag_t::Type type, const unsigned ch
   for (unsigned i = 1; i < count; ++i) {
     length = length << 8 | p[2 + i];
   }
-  return {2 + count, length};  // D1: minimal or not
+  return {2 + count, length};  // Q1: minimal or not
 }
 
 // Takes the next element, which must have the identifier `type`, off `cur`; its content is `out`.
 // On failure `cur` is unchanged and out->ptr null. Unlike asn1_read_tag it never accepts content
 // that ends beyond the cursor. `cur` and `out` must be two objects.
+//
+// Q3: readers take the elements they expect and never ask whether any bytes are left after them.
 inline bool asn1_read_tag_i_(asn_tag_t::Type type, asn_iter_t* cur, asn_iter_t* out) {
   const asn1_header_t header = asn1_decode_header_(type, cur->ptr, cur->len);
   out->len = header.len;

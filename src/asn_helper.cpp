@@ -94,7 +94,7 @@ constexpr pki_oid_ref_t ref(const unsigned char (&bytes)[N]) {
   return {bytes, N};
 }
 
-// D14: in every map the first match wins. Plain forms stand before CryptoPro's, which share their
+// Q14: in every map the first match wins. Plain forms stand before CryptoPro's, which share their
 // OIDs.
 // clang-format off
 
@@ -303,7 +303,7 @@ pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned len) {
 void asn_add_alg_to_digest(std::string& digest, pki_alg_t alg) {
   const pki_oid_ref_t* oid = PKI_HASH_ALG_TO_OID(alg);
   asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
-  algorithm.append_element(asn_tag_t::OID, oid->data, oid->size);  // D15: empty for no digest
+  algorithm.append_element(asn_tag_t::OID, oid->data, oid->size);  // Q15: empty for no digest
   algorithm.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
   asn_tag_t_<128> digest_info(asn_tag_t::SEQUENCE);
   digest_info.append_tag(algorithm);
@@ -321,7 +321,7 @@ bool asn_read_alg_from_digest(asn_algorid_t* alg, const std::string& digest_info
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &info) &&
          asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) &&
          asn1_read_view_(asn_tag_t::OID, &algorithm, &alg->oid) &&
-         asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &element) &&  // D16: not optional
+         asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &element) &&  // Q16: not optional
          asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &info, &element);
 }
 
@@ -342,13 +342,13 @@ bool asn_read_pubkey(const unsigned char* p, long n, asn_pubkey_t& out) {
     return false;
   }
   out.params = asn1_view_(algorithm);
-  // D17: not bounded by the SEQUENCE.
+  // Q17: not bounded by the SEQUENCE.
   asn_iter_t rest = asn1_rest_({static_cast<unsigned>(n), p}, info.ptr);
   asn_iter_t bits;
   if (!asn1_read_tag_i_(asn_tag_t::BIT_STRING, &rest, &bits) || bits.len == 0) {
     return false;
   }
-  out.key = {bits.len - 1, bits.ptr + 1};  // D18: whatever the first byte says
+  out.key = {bits.len - 1, bits.ptr + 1};  // Q18: whatever the first byte says
   return true;
 }
 
@@ -374,7 +374,7 @@ bool asn_read_rsa_pubkey(const asn_pubkey_t& pk, asn_rsa_pubkey_t& out) {
       !asn1_read_view_(asn_tag_t::INTEGER, &key, &out.modulus)) {
     return false;
   }
-  asn_iter_t rest = asn1_rest_(pk.key, key.ptr);  // D17
+  asn_iter_t rest = asn1_rest_(pk.key, key.ptr);  // Q17
   if (!asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.exponent)) {
     return false;
   }
@@ -404,7 +404,7 @@ bool asn_read_gost_pubkey(const asn_pubkey_t& pk, asn_gost_pubkey_t& out) {
       !read_oid_element(&params, out.digest_param_set)) {
     return false;
   }
-  if (!read_oid_element(&params, out.encryption_param_set)) {  // D19
+  if (!read_oid_element(&params, out.encryption_param_set)) {  // Q19
     out.encryption_param_set = {};
   }
   asn_iter_t bits = asn1_iter_(pk.key);
@@ -421,7 +421,7 @@ bool asn_read_dsa_certsign(const unsigned char* p, unsigned n, asn_dsa_certsign_
       !asn1_read_view_(asn_tag_t::INTEGER, &value, &out.r)) {
     return false;
   }
-  asn_iter_t rest = asn1_rest_({n, p}, value.ptr);  // D17
+  asn_iter_t rest = asn1_rest_({n, p}, value.ptr);  // Q17
   return asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.s);
 }
 
@@ -432,7 +432,7 @@ bool asn_read_ike_signalg(const unsigned char* p, unsigned n, asn_ike_signalg_t&
       !asn1_read_view_(asn_tag_t::OID, &algorithm, &out.oid)) {
     return false;
   }
-  out.params = asn1_view_(asn1_rest_({n, p}, algorithm.ptr));  // D17
+  out.params = asn1_view_(asn1_rest_({n, p}, algorithm.ptr));  // Q17
   return true;
 }
 
@@ -496,5 +496,5 @@ pki_alg_t asn_ike_signalg_t::to_pki_alg() const {
     return sha1_rsassa_pss;
   }
   const pki_alg_t digest = PKI_OID_TO_HASH_ALG(hash.data, hash.size);
-  return digest == 0 ? 0 : (digest & 0x00FFFFFD) | rsassa_pss;  // D20: named or not
+  return digest == 0 ? 0 : (digest & 0x00FFFFFD) | rsassa_pss;  // Q20: named or not
 }

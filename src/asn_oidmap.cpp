@@ -44,7 +44,7 @@ bool str_to_uint32_(const char*& p, const char* end, char sep, unsigned& value) 
     if (!is_digit(*p)) {
       return false;
     }
-    number = number * 10 + static_cast<unsigned>(*p - '0');  // D8: leading zeros too
+    number = number * 10 + static_cast<unsigned>(*p - '0');  // Q8: leading zeros too
     if (number > 0xFFFFFFFF) {
       return false;
     }
@@ -63,7 +63,7 @@ unsigned oid_str_to_asn_(const char* begin, const char* end, unsigned char (&out
     return 0;
   }
   unsigned size = 0;
-  unsigned folded = first * 40;  // into the second arc; D9: wraps, and that arc has no limit
+  unsigned folded = first * 40;  // into the second arc; Q9: wraps, and that arc has no limit
   while (p != end) {
     ++p;
     if (p == end || !is_digit(*p)) {
@@ -101,17 +101,17 @@ bool oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::
   for (const unsigned char* p = begin; p != end; ++p) {
     unsigned value = *p & 0x7FU;
     while ((*p & 0x80) != 0) {
-      if (++p == end) {  // D12
+      if (++p == end) {  // Q12
         flush();
         return false;
       }
-      value = value << 7 | (*p & 0x7FU);  // D11: wraps
+      value = value << 7 | (*p & 0x7FU);  // Q11: wraps
     }
     if (chunk_end - tail < two_arcs) {
       flush();
     }
     if (first) {
-      tail = put_number(tail, value / 40);  // D10: also where this is above 2
+      tail = put_number(tail, value / 40);  // Q10: also where this is above 2
       *tail++ = '.';
       value %= 40;
       first = false;
@@ -249,7 +249,7 @@ void oid_map_parse_(OIDmaps_t& map, const char* text, unsigned size) {
     }
     if (take_sign(rest, '=')) {
       const text_t sn = take(rest, [](char c) { return !ends_short_name(c); });
-      // D13: a long name keeps the blanks at its end.
+      // Q13: a long name keeps the blanks at its end.
       const text_t ln = take_sign(rest, ',') ? take_line(rest) : text_t{rest.begin, rest.begin};
       add_entry(map, oid, sn, ln);
     }

@@ -22,7 +22,7 @@ namespace {
 enum : unsigned char {
   not_printable = 1,  // outside PrintableString's alphabet
   not_ascii = 2,
-  is_special = 4,  // D27: one of the nine that a backslash must escape
+  is_special = 4,  // Q27: one of the nine that a backslash must escape
   is_end = 8,      // the terminating zero
   ends_name = 16,  // '=', a blank or the terminating zero
 };
@@ -84,7 +84,7 @@ const char* find_value_end(const char* p, unsigned& classes) {
     if (*p == 0) {
       return quoted ? nullptr : p;
     }
-    if ((*p == '+' || *p == ',') && !quoted) {
+    if ((*p == '+' || *p == ',') && !quoted) {  // Q34: no ';'
       return p;
     }
     if (*p == '"') {
@@ -111,7 +111,7 @@ class dn_splitter_t {
     if (*p_ != '=' || attribute.name_end == attribute.name_begin) {
       return false;
     }
-    attribute.value_begin = p_ + 1;  // D35: blanks included
+    attribute.value_begin = p_ + 1;  // Q35: blanks included
     value_classes_ = 0;
     attribute.value_end = find_value_end(p_ + 1, value_classes_);
     if (attribute.value_end == nullptr) {
@@ -208,7 +208,7 @@ bool printable_dn_contain_attrs(const char* dn, const char* attrs) {
     }
     if (c != *pattern) {
       pattern = component;
-      armed = false;  // D32: until the next comma, also when this was one
+      armed = false;  // Q32: until the next comma, also when this was one
       continue;
     }
     ++pattern;
@@ -244,7 +244,7 @@ char* printable_dn_reverse(char* dn) {
   const auto turn = [&](const RDNdescr_t& attribute) {
     if (end != nullptr && !attribute.plus_joined) {
       reverse_bytes_(begin, end);
-      begin = end + 1;  // D33: with the blanks before it
+      begin = end + 1;  // Q33: with the blanks before it
     }
     end = dn + (attribute.value_end - dn);
   };
@@ -302,7 +302,7 @@ bool is_numeric(const asn_iter_t& content) {
 }
 
 bool append_t61(const asn_iter_t& content, const unsigned char* input_end, std::string& out) {
-  // D30: a prefix at the very end of the input combines with 00, not with what lies behind it.
+  // Q30: a prefix at the very end of the input combines with 00, not with what lies behind it.
   static constexpr unsigned char nothing = 0;
   const unsigned char* following = content.ptr + content.len;
   return t61_append_utf8_(content.ptr, content.len, following == input_end ? &nothing : following,
@@ -311,7 +311,7 @@ bool append_t61(const asn_iter_t& content, const unsigned char* input_end, std::
 
 bool append_wide(const asn_iter_t& content, codepage_t source, std::string& out) {
   const CodepageConverter converter(source, CODEPAGE_UTF8);
-  const unsigned size = converter.output_size(content.ptr, content.len);  // D31: 0 when empty too
+  const unsigned size = converter.output_size(content.ptr, content.len);  // Q31: 0 when empty too
   return size != 0 &&
          converter.convert(content.ptr, content.len, grow_string_(out, size), size) != 0;
 }
@@ -334,7 +334,7 @@ bool append_string(unsigned char identifier, const asn_iter_t& content,
     default:
       break;
   }
-  out.append(chars(content.ptr), content.len);  // D29: not checked
+  out.append(chars(content.ptr), content.len);  // Q29: not checked
   return true;
 }
 
@@ -345,7 +345,7 @@ bool append_value(asn_iter_t rest, const unsigned char* input_end, std::string& 
   }
   const unsigned char identifier = *rest.ptr;
   if (!is_text(identifier)) {
-    out.push_back('#');  // D28
+    out.push_back('#');  // Q28
     TO_HEX_STD_STRING(rest.ptr, rest.len, out, 0);
     return true;
   }
@@ -415,6 +415,8 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& ou
   }
   const std::size_t base = out.size();
   reserve_string_(out, len);
+  // Q26: the order is that of the DER unless the caller asks for the other.
+  //
   // Reverse order in linear time: every RDN is turned around where it stands, then all of them.
   const bool reverse = order == DN_ORDER_REVERSE;
   bool complete = true;
@@ -452,7 +454,7 @@ bool asn_oid_to_printable(const unsigned char* der, unsigned len, std::string& o
     return true;
   }
   const pki_alg_t alg = PKI_OID_TO_ALG(oid.ptr, oid.len);
-  if (alg == 0) {  // D24: appended, where a name replaces
+  if (alg == 0) {  // Q24: appended, where a name replaces
     return oid_asn_to_str_(oid.ptr, oid.ptr + oid.len, out);
   }
   out.assign(I2S_PKI_ALG_T->getString(alg, "unknown"));
@@ -475,7 +477,7 @@ struct dn_value_t {
   std::size_t size;
 };
 
-// D37: from the bytes alone.
+// Q37: from the bytes alone.
 unsigned char string_tag(unsigned classes) {
   if ((classes & not_ascii) != 0) {
     return utf8_string;
@@ -569,7 +571,7 @@ bool read_plain(const char* p, const char* end, std::string& scratch, dn_value_t
   return true;
 }
 
-// D36: name = "value"   where only \" is an escape.
+// Q36: name = "value"   where only \" is an escape.
 bool read_quoted(const char* p, const char* end, std::string& scratch, dn_value_t& value) {
   unescaped_t text(p, scratch);
   unsigned classes = 0;
@@ -590,7 +592,7 @@ bool read_quoted(const char* p, const char* end, std::string& scratch, dn_value_
   return true;
 }
 
-// D38: name = #hex   of a DER element; bytes after it are dropped.
+// Q38: name = #hex   of a DER element; bytes after it are dropped.
 bool read_hex(const char* p, const char* end, std::string& scratch, dn_value_t& value) {
   if (end - p < 4 || (end - p) % 2 != 0) {
     return false;
@@ -663,7 +665,7 @@ bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map)
       return false;
     }
     pair.append_element(value.tag, value.data, size32_(value.size));
-    append_one_of_many_(rdn, pair);  // D39: in text order
+    append_one_of_many_(rdn, pair);  // Q39: in text order
     if (!splitter.joins_next()) {
       append_one_of_many_(name, rdn);
       rdn.reset(asn_tag_t::SET);

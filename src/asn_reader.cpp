@@ -11,11 +11,11 @@ const unsigned char* asn1_read_tag(asn_tag_t::Type type, const unsigned char* p,
     return nullptr;
   }
   *len = header.len;
-  return n < header.len + header.size ? nullptr : p + header.size;  // D4: the sum wraps
+  return n < header.len + header.size ? nullptr : p + header.size;  // Q4: the sum wraps
 }
 
 bool asn_read_INTEGER(const void* p, unsigned n, unsigned& value, unsigned limit) {
-  if (n == 0) {  // D5
+  if (n == 0) {  // Q5
     return true;
   }
   const auto* byte = static_cast<const unsigned char*>(p);
@@ -25,7 +25,7 @@ bool asn_read_INTEGER(const void* p, unsigned n, unsigned& value, unsigned limit
   std::uint64_t v = 0;
   for (const unsigned char* last = byte + n - 1; byte != last; ++byte) {
     v = v << 8 | *byte;
-    if (v > limit) {  // D6: never tested on the final number
+    if (v > limit) {  // Q6: never tested on the final number
       return false;
     }
   }
@@ -39,7 +39,7 @@ void asn_write_INTEGER(unsigned value, std::string& out) {
   for (unsigned shift = 32; shift != 0;) {
     shift -= 8;
     const unsigned byte = value >> shift & 0xFF;
-    if (byte == 0) {  // D7: inner and trailing zero bytes go too
+    if (byte == 0) {  // Q7: inner and trailing zero bytes go too
       continue;
     }
     if (count == 0 && byte >= 0x80) {

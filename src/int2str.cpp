@@ -43,7 +43,7 @@ void TO_HEX_STRING(const unsigned char* p, unsigned n, char* out, char sep) {
   for (const unsigned char* end = p + n;;) {
     *out++ = digits[*p >> 4];
     *out++ = digits[*p & 0x0F];
-    if (n == 0 || ++p == end) {  // D25: the first byte is written before `n` is looked at
+    if (n == 0 || ++p == end) {  // Q25: the first byte is written before `n` is looked at
       return;
     }
     if (sep != 0) {
@@ -112,7 +112,7 @@ time_t mktime_utc_(tm* utc) {
   if (as_local == -1) {
     return -1;
   }
-  // D23: the zone's offset of today, whatever the date.
+  // Q23: the zone's offset of today, whatever the date.
   const std::int64_t result = std::int64_t{as_local} - now_as_local + now;
   if (result < std::numeric_limits<time_t>::min() || result > std::numeric_limits<time_t>::max()) {
     return -1;
@@ -161,7 +161,7 @@ std::string& CertTimeToStringGMT(cert_time64_t t, std::string& s) {
 std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& s) {
   tm fields;
   if (!unpack(t, fields)) {
-    return s.assign(zero_time);  // D22: replaced, not appended
+    return s.assign(zero_time);  // Q22: replaced, not appended
   }
   s.clear();
   append_time(s, "%Y.%m.%d %H:%M:%S GMT", fields);
@@ -184,7 +184,7 @@ cert_time64_t CertTimeFromLogStringGMT(const std::string& text) {
   if (as_signed(year) <= 1899 || as_signed(month) <= 0 || as_signed(day) <= 0 || year > 0xFFFFFF) {
     return invalid_time;
   }
-  const auto byte = [](unsigned field) { return cert_time64_t{field & 0xFF}; };  // D21
+  const auto byte = [](unsigned field) { return cert_time64_t{field & 0xFF}; };  // Q21
   return cert_time64_t{year} << 40 | byte(month - 1) << 32 | byte(day) << 24 | byte(hour) << 16 |
          byte(minute) << 8 | byte(second);
 }

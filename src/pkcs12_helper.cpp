@@ -126,7 +126,7 @@ bool asn_read_pkcs12_MacData(const unsigned char* der, unsigned len, pkcs12_mac_
 namespace {
 
 void append_mac_data(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
-  asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);  // D50: whatever mac.digest_alg says
+  asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);  // Q50: whatever mac.digest_alg says
   append_oid(algorithm, g_oid_GOSTR3411);
   algorithm.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
 
@@ -159,7 +159,7 @@ bool read_attributes(asn_iter_t attributes, pkcs12_bag_t& bag) {
         !asn1_read_tag_i_(asn_tag_t::SET, &attribute, &values)) {
       return false;
     }
-    // D52: of equal types the last wins, of values the first.
+    // Q52: of equal types the last wins, of values the first.
     if (asn_oid_equal_(type, g_oid_pkcs9_at_friendlyName) &&
         !asn1_read_view_(asn_tag_t::BMP_STRING, &values, &bag.friendly_name)) {
       return false;
@@ -172,7 +172,7 @@ bool read_attributes(asn_iter_t attributes, pkcs12_bag_t& bag) {
   return true;
 }
 
-// D51: a key that cannot be read or decrypted is left out. D54: the others become plain keys.
+// Q51: a key that cannot be read or decrypted is left out. Q54: the others become plain keys.
 void read_shrouded_key(const asn_iter_t& value, pkcs12_easy_wrap_t& wrap, pkcs12_bag_t& bag) {
   pkcs8_encrypted_pki_gost_t key;
   plaintext_t plaintext;
@@ -190,7 +190,7 @@ void read_shrouded_key(const asn_iter_t& value, pkcs12_easy_wrap_t& wrap, pkcs12
 // CertBag ::= SEQUENCE { certId OBJECT IDENTIFIER, certValue [0] EXPLICIT OCTET STRING }
 bool read_certificate(asn_iter_t value, blob_t& certificate) {
   asn_iter_t cert_bag;
-  asn_iter_t cert_id;  // D52: any is accepted
+  asn_iter_t cert_id;  // Q52: any is accepted
   asn_iter_t wrapper;
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &value, &cert_bag) &&
          asn1_read_tag_i_(asn_tag_t::OID, &cert_bag, &cert_id) &&
@@ -212,7 +212,7 @@ bool read_bag(asn_iter_t safe_bag, bool encrypted, pkcs12_easy_wrap_t& wrap) {
       !asn1_read_tag_i_(asn_tag_t::SET, &safe_bag, &attributes)) {
     return false;
   }
-  // D51: a malformed attribute is refused on a bag that would be skipped, too.
+  // Q51: a malformed attribute is refused on a bag that would be skipped, too.
   pkcs12_bag_t bag;
   if (!read_attributes(attributes, bag)) {
     return false;
@@ -295,7 +295,7 @@ void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out) {
     append_oid(safe_bag, g_oid_pkcs12_id_certBag);
     append_certificate(bag.value, safe_bag);
   }
-  // D53: nothing but the attributes for any other type.
+  // Q53: nothing but the attributes for any other type.
   secret_tag_t_<256> attributes(asn_tag_t::SET);
   attributes.reserve(room - bag.value.size);
   append_attribute(attributes, g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING,
@@ -323,7 +323,7 @@ void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& o
 
 // ---- The easy API ----
 
-// D46: a version is taken for `wanted` when it is one byte long, whatever that is, or begins with
+// Q46: a version is taken for `wanted` when it is one byte long, whatever that is, or begins with
 // it.
 bool accepts_version(const asn_iter_t& version, unsigned char wanted) {
   return version.len == 1 || (version.len != 0 && *version.ptr == wanted);
@@ -332,7 +332,7 @@ bool accepts_version(const asn_iter_t& version, unsigned char wanted) {
 // EncryptedData ::= SEQUENCE { version INTEGER, encryptedContentInfo SEQUENCE {
 //   contentType OBJECT IDENTIFIER, contentEncryptionAlgorithm AlgorithmIdentifier,
 //   encryptedContent [0] IMPLICIT OCTET STRING }, unprotectedAttrs ANY OPTIONAL }
-// D51: what is not ours to decrypt is skipped, without a failure.
+// Q51: what is not ours to decrypt is skipped, without a failure.
 bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
   asn_iter_t input = asn1_iter_(content);
   asn_iter_t data;
@@ -359,7 +359,7 @@ bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
       !wrap.crypto->decrypt(pbe, ciphertext.ptr, ciphertext.len, plaintext.text())) {
     return true;
   }
-  const blob_t element = plaintext.view();  // D48: not the SafeContents itself
+  const blob_t element = plaintext.view();  // Q48: not the SafeContents itself
   blob_t contents;
   if (!asn_read_pkcs7_data(element.data, element.size, contents) ||
       !asn_read_pkcs12_bags(contents.data, contents.size, true, wrap)) {
@@ -424,8 +424,8 @@ bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe_crypto_t* 
   if (!accepts_version(version, 3) ||
       !asn_read_pkcs7_ContentInfo(auth_safe.ptr, auth_safe.len, info) ||
       !asn_oid_equal_(info.content_type, g_oid_pkcs7_id_data) ||
-      !asn_read_pkcs12_MacData(mac_data.ptr, mac_data.len, out.mac) ||       // D47: not optional
-      !crypto->verify_mac(out.mac, info.content.data, info.content.size)) {  // D49
+      !asn_read_pkcs12_MacData(mac_data.ptr, mac_data.len, out.mac) ||       // Q47: not optional
+      !crypto->verify_mac(out.mac, info.content.data, info.content.size)) {  // Q49
     return false;
   }
   blob_t safes;
@@ -448,7 +448,7 @@ void append_encrypted_safe(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* cr
   std::string ciphertext;
   secret_tag_t_<0> contents(asn_tag_t::OCTET_STRING);
   asn_write_pkcs12_bags(bags, contents);
-  crypto->encrypt(contents.encoded(), contents.encoded_size(), pbe, ciphertext);  // D55
+  crypto->encrypt(contents.encoded(), contents.encoded_size(), pbe, ciphertext);  // Q55
   std::string algorithm;
   asn_write_pkcs5_pbe_gost(pbe, algorithm);
   asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
@@ -481,6 +481,6 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
   asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
   append_INTEGER_(pfx, 3);
   asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, octets, pfx);
-  append_mac_data(has_mac ? computed : in.mac, pfx);  // D55
+  append_mac_data(has_mac ? computed : in.mac, pfx);  // Q55
   assign_tag_(out, pfx);
 }

@@ -22,7 +22,7 @@ void append_oid(asn_tag_t_<N>& parent, const unsigned char (&oid)[M]) {
 bool read_cipher(asn_iter_t* params, blob_t& cipher, blob_t& iv) {
   asn_iter_t scheme;
   asn_iter_t cipher_params;
-  blob_t param_set;  // D41: any is accepted
+  blob_t param_set;  // Q41: any is accepted
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, params, &scheme) &&
          asn1_read_view_(asn_tag_t::OID, &scheme, &cipher) &&
          asn1_read_tag_i_(asn_tag_t::SEQUENCE, &scheme, &cipher_params) &&
@@ -52,14 +52,14 @@ bool read_kdf(asn_iter_t kdf, pkcs5_pbe_gost_t& out) {
   }
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &params, &prf) ||
       !asn1_read_view_(asn_tag_t::OID, &prf, &prf_oid) ||
-      !asn1_read_tag_i_(asn_tag_t::ANY, &prf, &ignored)) {  // D42: not optional
+      !asn1_read_tag_i_(asn_tag_t::ANY, &prf, &ignored)) {  // Q42: not optional
     return false;
   }
   return asn_oid_equal_(kdf_oid, g_oid_PBKDF2) && asn_oid_equal_(prf_oid, g_oid_HMAC_GOSTR3411) &&
          asn_read_INTEGER(iterations.ptr, iterations.len, out.iterations, 0xFFFFFFFF);
 }
 
-// D43: the content of AlgorithmIdentifier ::= SEQUENCE { scheme OBJECT IDENTIFIER, PBES2-params }
+// Q43: the content of AlgorithmIdentifier ::= SEQUENCE { scheme OBJECT IDENTIFIER, PBES2-params }
 bool asn_read_pkcs5_PBES2(const unsigned char* der, unsigned len, pkcs5_pbe_gost_t& out) {
   asn_iter_t input = {der, len};
   asn_iter_t params;
@@ -127,10 +127,10 @@ bool asn_read_pkcs8_priv_key_info(const unsigned char* der, unsigned len,
   asn_iter_t algorithm;
   asn_iter_t ignored;
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &input, &info) &&
-         asn1_read_tag_i_(asn_tag_t::INTEGER, &info, &ignored) &&  // D44: any version
+         asn1_read_tag_i_(asn_tag_t::INTEGER, &info, &ignored) &&  // Q44: any version
          asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) &&
          asn1_read_view_(asn_tag_t::OID, &algorithm, &out.algorithm) &&
-         asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &ignored) &&  // D42
+         asn1_read_tag_i_(asn_tag_t::ANY, &algorithm, &ignored) &&  // Q42
          asn1_read_view_(asn_tag_t::OCTET_STRING, &info, &out.private_key);
 }
 
@@ -188,7 +188,7 @@ void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
   const gost_kind_t kind = find_kind(in.key_alg);
   asn_tag_t_<32> params(asn_tag_t::SEQUENCE);
   params.append_element(asn_tag_t::OID, kind.param_set.data, kind.param_set.size);
-  append_oid(params, g_id_GostR3411_94_CryptoProParamSet);  // D45: for every kind
+  append_oid(params, g_id_GostR3411_94_CryptoProParamSet);  // Q45: for every kind
 
   asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
   algorithm.append_element(asn_tag_t::OID, kind.algorithm.data, kind.algorithm.size);

@@ -270,7 +270,7 @@ bool decode(const unsigned char* src, unsigned len, const unsigned char* followi
       take(t61_tab[c]);
       continue;
     }
-    const unsigned char base = p != end ? *p++ : *following;  // D30: valid or not
+    const unsigned char base = p != end ? *p++ : *following;  // Q30: valid or not
     const bool alone = base == 0 || base == 0x20;
     if (alone && accents[c & 15] != 0) {
       take(accents[c & 15]);
@@ -308,7 +308,7 @@ bool ldap_t61s_to_utf8s(const char* src, unsigned len, std::string& out) {
 int ldap_x_wc_to_utf8(char* dst, unsigned wc, unsigned count) {
   constexpr unsigned limits[] = {0x80, 0x800, 0x10000, 0x200000, 0x4000000, 0x80000000};
   constexpr unsigned leads[] = {0x00, 0xC0, 0xE0, 0xF0, 0xF8, 0xFC};
-  if (wc >= 0x80000000) {  // D40: everything below is encoded
+  if (wc >= 0x80000000) {  // Q40: everything below is encoded
     return -1;
   }
   unsigned size = 1;

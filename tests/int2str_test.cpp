@@ -16,7 +16,7 @@ TEST(Hex, Text) {
   char out[] = "????????";
   TO_HEX_STRING(input.data() + 1, 2, out, '-');
   TO_HEX_STRING(input.data(), 0, out + 6, '-');
-  EXPECT_STREQ(out, "1F-A0?00");  // D25: no byte at all still gives the first one's digits
+  EXPECT_STREQ(out, "1F-A0?00");  // Q25: no byte at all still gives the first one's digits
 }
 
 TEST(Names, FirstMatchWins) {
@@ -82,7 +82,7 @@ TEST(Times, Rows) {
        {"local-8", [](auto& row) { return sizeof(time_t) == 8 ? local(row) : row.expected; }}});
 }
 
-// D23: a result is off by the difference between the zone's offset now and the offset of the date,
+// Q23: a result is off by the difference between the zone's offset now and the offset of the date,
 // as the caller's tm_isdst names it. Daylight saving lasts here for 200 days around today or around
 // the day half a year away.
 TEST(Times, OffsetIsThatOfToday) {
