@@ -33,10 +33,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libpkider${PROJECT_VERSION_MAJOR} 
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "DER routines, GOST included - development files
 Headers of the pkider library, and what CMake and pkg-config need to find it.")
 
-# The command looks into the library's own structures, which only one version shares with it.
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME pkider-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libpkider${PROJECT_VERSION_MAJOR} ${same_version}")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "names, certificates and GOST key containers in DER
 The command pkider shows names, object identifiers, certificates, private keys
 and PKCS#12 containers, and makes and opens containers with GOST cryptography.")

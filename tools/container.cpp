@@ -2,7 +2,8 @@
 
 #include "asn_cursor.h"
 #include "asn_oids.h"
-#include "cli.h"
+#include "bytes.h"
+#include "messages.h"
 #include "prf_parameters.h"
 
 namespace {
@@ -68,21 +69,21 @@ unsigned count_encrypted_parts(const blob_t& mac_data) {
 container_t split_container(const std::string& where, const std::string& der) {
   container_t out;
   out.original = der;
-  out.der = with_prf_parameters({size(der), bytes(der)});
-  asn_iter_t cur = {bytes(out.original), size(out.original)};
+  out.der = with_prf_parameters(view(der));
+  asn_iter_t cur = asn1_iter_(view(out.original));
   asn_iter_t version;
   asn_iter_t safe;
   asn_iter_t mac;
   blob_t type;
   if (!enter(asn_tag_t::SEQUENCE, &cur) || !asn1_read_tag_i_(asn_tag_t::INTEGER, &cur, &version) ||
       !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &safe) || !enter_content(&safe, &type)) {
-    throw input_error(where, "not a PKCS#12 file, or not in DER");
+    throw input_error_t(where, "not a PKCS#12 file, or not in DER");
   }
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &mac)) {
-    throw input_error(where, "a PKCS#12 file without a MAC, so the password cannot be checked");
+    throw input_error_t(where, "a PKCS#12 file without a MAC, so the password cannot be checked");
   }
   if (!asn_read_pkcs12_MacData(mac.ptr, mac.len, out.mac)) {
-    throw input_error(where, "a PKCS#12 file, but its MacData is malformed");
+    throw input_error_t(where, "a PKCS#12 file, but its MacData is malformed");
   }
   out.version = asn1_view_(version);
   out.mac_data = asn1_view_(safe);
@@ -90,19 +91,19 @@ container_t split_container(const std::string& where, const std::string& der) {
   return out;
 }
 
-void read_container(const std::string& where, gost_pbe* crypto, container_t* container) {
+void read_container(const std::string& where, gost_pbe_t* crypto, container_t* container) {
   bool good = false;
   crypto->set_mac_data(container->mac_data);
   try {
-    good =
-        asn_read_pkcs12_easy(bytes(container->der), size(container->der), crypto, container->model);
-  } catch (const pbe_error& e) {
-    throw input_error(where, e.what());
+    good = asn_read_pkcs12_easy(bytes(container->der), size32(container->der), crypto,
+                                container->model);
+  } catch (const pbe_error_t& e) {
+    throw input_error_t(where, e.what());
   }
   if (crypto->mac_refused()) {
-    throw input_error(where, "wrong password, or a damaged file");
+    throw input_error_t(where, "wrong password, or a damaged file");
   }
   if (!good) {
-    throw input_error(where, "a PKCS#12 file, but malformed");
+    throw input_error_t(where, "a PKCS#12 file, but malformed");
   }
 }

@@ -20,11 +20,11 @@ struct container_t {
 };
 
 // split_container looks at everything that needs no password. The model stays empty. Throws
-// input_error, with `where` in front.
+// input_error_t, with `where` in front.
 container_t split_container(const std::string& where, const std::string& der);
 
-// read_container checks the MAC and reads the model. Throws input_error, which tells a wrong
+// read_container checks the MAC and reads the model. Throws input_error_t, which tells a wrong
 // password from a malformed container. Encrypted parts that cannot be opened are left out.
-void read_container(const std::string& where, gost_pbe* crypto, container_t* container);
+void read_container(const std::string& where, gost_pbe_t* crypto, container_t* container);
 
 #endif

@@ -13,6 +13,7 @@
 
 #include "asn_cursor.h"
 #include "asn_oids.h"
+#include "bytes.h"
 #include "prf_parameters.h"
 
 namespace {
@@ -73,11 +74,6 @@ std::string random_bytes(unsigned count) {
   return bytes;
 }
 
-blob_t view(const std::string& bytes) {
-  return {static_cast<unsigned>(bytes.size()),
-          reinterpret_cast<const unsigned char*>(bytes.data())};
-}
-
 bool equal_in_constant_time(const secret_t& a, const blob_t& b) {
   if (a.size() != b.size) {
     return false;
@@ -119,7 +115,7 @@ secret_t mac_of(const blob_t& data, const secret_t& key) {
   asn_iter_t cur = asn1_iter_(data);
   asn_iter_t safe;
   if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &cur, &safe)) {
-    throw pbe_error("the authenticated safe is malformed");
+    throw pbe_error_t("the authenticated safe is malformed");
   }
   const hmac_t hmac = open_hmac(key);
   gcry_md_write(hmac.get(), safe.ptr, safe.len);
@@ -137,15 +133,15 @@ bool can_write_iterations(unsigned iterations) {
   return good;
 }
 
-gost_pbe::gost_pbe(secret_t password, gost_pbe_options_t options)
+gost_pbe_t::gost_pbe_t(secret_t password, gost_pbe_options_t options)
     : password_(std::move(password)), options_(std::move(options)) {
   if (!can_write_iterations(options_.iterations)) {
-    throw pbe_error(std::to_string(options_.iterations) +
-                    " rounds cannot be written: the number has a zero byte");
+    throw pbe_error_t(std::to_string(options_.iterations) +
+                      " rounds cannot be written: the number has a zero byte");
   }
 }
 
-secret_t gost_pbe::derive(const blob_t& salt, unsigned iterations, unsigned block) {
+secret_t gost_pbe_t::derive(const blob_t& salt, unsigned iterations, unsigned block) {
   constexpr unsigned rounds_per_report = 4096;
   const hmac_t hmac = open_hmac(password_);
   const unsigned char index[] = {0, 0, 0, static_cast<unsigned char>(block)};
@@ -172,24 +168,24 @@ secret_t gost_pbe::derive(const blob_t& salt, unsigned iterations, unsigned bloc
   return key;
 }
 
-void gost_pbe::spend(unsigned iterations) {
+void gost_pbe_t::spend(unsigned iterations) {
   if (iterations == 0) {
-    throw pbe_error("asks for key derivation in 0 rounds");
+    throw pbe_error_t("asks for key derivation in 0 rounds");
   }
   rounds_spent_ += iterations;
   if (rounds_spent_ > options_.round_limit) {
-    throw pbe_error("asks for at least " + std::to_string(rounds_spent_) +
-                    " rounds of key derivation; --max-iterations allows " +
-                    std::to_string(options_.round_limit));
+    throw pbe_error_t("asks for at least " + std::to_string(rounds_spent_) +
+                      " rounds of key derivation; --max-iterations allows " +
+                      std::to_string(options_.round_limit));
   }
 }
 
-bool gost_pbe::verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, unsigned size) {
+bool gost_pbe_t::verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, unsigned size) {
   asn_iter_t cur = asn1_iter_(mac.digest_alg);
   asn_iter_t oid;
   if (!asn1_read_tag_i_(asn_tag_t::OID, &cur, &oid) ||
       !asn_oid_equal_(asn1_view_(oid), g_oid_GOSTR3411)) {
-    throw pbe_error("the MAC is not made with GOST R 34.11-94");
+    throw pbe_error_t("the MAC is not made with GOST R 34.11-94");
   }
   spend(mac.mac_iterations);
   const secret_t key = derive(mac.mac_salt, mac.mac_iterations, mac_block);
@@ -198,7 +194,7 @@ bool gost_pbe::verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, un
   return !mac_refused_;
 }
 
-bool gost_pbe::compute_mac(const unsigned char* data, unsigned size, pkcs12_mac_t& mac) {
+bool gost_pbe_t::compute_mac(const unsigned char* data, unsigned size, pkcs12_mac_t& mac) {
   mac_salt_ = random_bytes(salt_size);
   mac.mac_salt = view(mac_salt_);
   mac.mac_iterations = options_.iterations;
@@ -209,8 +205,8 @@ bool gost_pbe::compute_mac(const unsigned char* data, unsigned size, pkcs12_mac_
   return true;
 }
 
-bool gost_pbe::decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
-                       std::string& plaintext) {
+bool gost_pbe_t::decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
+                         std::string& plaintext) {
   if (pbe.iv.size != iv_size) {
     return false;
   }
@@ -233,8 +229,8 @@ bool gost_pbe::decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, u
   return false;
 }
 
-bool gost_pbe::encrypt(const unsigned char* data, unsigned size, pkcs5_pbe_gost_t& pbe,
-                       std::string& ciphertext) {
+bool gost_pbe_t::encrypt(const unsigned char* data, unsigned size, pkcs5_pbe_gost_t& pbe,
+                         std::string& ciphertext) {
   blob_t plaintext = {size, data};
   asn_iter_t content;
   if (!options_.native && is_one(asn_tag_t::OCTET_STRING, plaintext, &content)) {

@@ -15,7 +15,7 @@
 #include "secure_memory.h"
 
 // What a container asks for and does not get. The message says why.
-class pbe_error : public std::runtime_error {
+class pbe_error_t : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -38,12 +38,12 @@ struct gost_pbe_options_t {
 bool can_write_iterations(unsigned iterations);
 
 // One password, for one container after the other. The views that encrypt and compute_mac set are
-// valid until the next call of the same operation. Throws pbe_error, passing through the library,
+// valid until the next call of the same operation. Throws pbe_error_t, passing through the library,
 // when a container's MAC is of another algorithm or it asks for too many rounds.
-class gost_pbe : public pbe_crypto_t {
+class gost_pbe_t : public pbe_crypto_t {
  public:
-  // Throws pbe_error when options.iterations cannot be written.
-  explicit gost_pbe(secret_t password, gost_pbe_options_t options = {});
+  // Throws pbe_error_t when options.iterations cannot be written.
+  explicit gost_pbe_t(secret_t password, gost_pbe_options_t options = {});
 
   // Has verify_mac check this OCTET STRING element instead of the one it will be handed: for a
   // container that was changed, as in prf_parameters.h, after its MAC was made.

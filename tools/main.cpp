@@ -1,8 +1,10 @@
 // pkider: names, object identifiers, certificates and key containers on the command line.
 
+#include <clocale>
 #include <iostream>
 
-#include "cli.h"
+#include "messages.h"
+#include "oid_names.h"
 #include "verbs.h"
 
 namespace {
@@ -47,6 +49,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  static_cast<void>(std::setlocale(LC_CTYPE, "C.UTF-8"));  // for printable()
   int status = status_bad_input;
   try {
     status = run(argc, argv);

@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "cli.h"
+#include "messages.h"
 
 namespace {
 
@@ -56,7 +56,7 @@ class new_file_t {
   }
 
  private:
-  [[noreturn]] void fail() const { throw input_error(file_, std::strerror(errno)); }
+  [[noreturn]] void fail() const { throw input_error_t(file_, std::strerror(errno)); }
 
   std::string file_;
   std::string temporary_;
@@ -76,7 +76,7 @@ void write_output(const std::string& file, const std::string& content, mode_t mo
 void check_absent(const std::string& file, bool overwrite) {
   struct stat status = {};
   if (!overwrite && lstat(file.c_str(), &status) == 0) {
-    throw input_error(file, "exists already; --overwrite replaces it");
+    throw input_error_t(file, "exists already; --overwrite replaces it");
   }
 }
 

@@ -12,7 +12,7 @@
 #include <iostream>
 #include <memory>
 
-#include "cli.h"
+#include "messages.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ secret_t first_line_of(const std::string& file) {
     used += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
   }
   if (count < 0) {
-    throw input_error(file, std::strerror(errno));
+    throw input_error_t(file, std::strerror(errno));
   }
   content.resize(used);
   content.erase(std::find(content.begin(), content.end(), '\n'), content.end());
@@ -52,7 +52,7 @@ secret_t first_line_of(const std::string& file) {
     content.pop_back();
   }
   if (content.size() > max_size) {
-    throw input_error(file, "the first line is too long for a password");
+    throw input_error_t(file, "the first line is too long for a password");
   }
   return content;
 }
@@ -61,7 +61,8 @@ secret_t from_terminal(const std::string& prompt) {
   secret_t line(max_size + 1);
   char* const text = reinterpret_cast<char*>(line.data());
   if (readpassphrase(prompt.c_str(), text, line.size(), RPP_REQUIRE_TTY) == nullptr) {
-    throw input_error("no terminal to ask for the password: use --password-file or --password-env");
+    throw input_error_t(
+        "no terminal to ask for the password: use --password-file or --password-env");
   }
   line.resize(std::strlen(text));
   return line;
@@ -113,13 +114,13 @@ secret_t read_password(const password_source_t& source, const std::string& promp
   if (!source.variable.empty()) {
     const char* const value = std::getenv(source.variable.c_str());
     if (value == nullptr) {
-      throw input_error(source.variable, "no such environment variable");
+      throw input_error_t(source.variable, "no such environment variable");
     }
     return secret_t(value, value + std::strlen(value));
   }
   secret_t password = from_terminal(prompt + ": ");
   if (chosen && from_terminal("The same again: ") != password) {
-    throw input_error("the two passwords differ");
+    throw input_error_t("the two passwords differ");
   }
   return password;
 }

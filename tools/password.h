@@ -27,7 +27,7 @@ void add_limit_option(CLI::App* verb, gost_pbe_options_t* options);
 void add_iterations_option(CLI::App* verb, gost_pbe_options_t* options);
 
 // Reads a password. `prompt` is for the terminal, which asks twice for one that is `chosen` now.
-// Throws input_error.
+// Throws input_error_t.
 secret_t read_password(const password_source_t& source, const std::string& prompt,
                        bool chosen = false);
 

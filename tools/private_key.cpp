@@ -5,12 +5,17 @@
 #include <algorithm>
 #include <memory>
 
+#include <pkider/asn_oidmap.h>
 #include <pkider/pkcs8_helper.h>
 
 #include "asn_cursor.h"
 #include "asn_oids.h"
+#include "bytes.h"
+#include "input.h"
 #include "known_oids.h"
+#include "messages.h"
 #include "prf_parameters.h"
+#include "text.h"
 
 namespace {
 
@@ -91,7 +96,7 @@ bool is_rsa(const blob_t& algorithm) {
 private_key_t read_private_key(const std::string& where, const blob_t& der) {
   asn_pkcs8_priv_key_info_t info;
   if (!asn_read_pkcs8_priv_key_info(der.data, der.size, info)) {
-    throw input_error(where, "not a PKCS#8 private key, or a damaged one");
+    throw input_error_t(where, "not a PKCS#8 private key, or a damaged one");
   }
   private_key_t key;
   key.algorithm = info.algorithm;
@@ -118,12 +123,12 @@ std::string first_key_block(const std::string& file) {
       return block.der;
     }
   }
-  throw input_error(file, "holds no PKCS#8 private key");
+  throw input_error_t(file, "holds no PKCS#8 private key");
 }
 
 // EncryptedPrivateKeyInfo ::= SEQUENCE { SEQUENCE, OCTET STRING }, by any scheme
 bool is_encrypted(const std::string& der) {
-  asn_iter_t cur = {bytes(der), size(der)};
+  asn_iter_t cur = asn1_iter_(view(der));
   asn_iter_t info;
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &info) &&
          asn1_next_is_(asn_tag_t::SEQUENCE, info);
@@ -186,27 +191,27 @@ key_file_t open_key_file(const std::string& file, const password_source_t& sourc
   key_file_t key;
   key.der = first_key_block(file);
   if (!is_encrypted(key.der)) {
-    read_private_key(file, {size(key.der), bytes(key.der)});
+    read_private_key(file, view(key.der));
     return key;
   }
-  key.der = with_prf_parameters({size(key.der), bytes(key.der)});
+  key.der = with_prf_parameters(view(key.der));
   pkcs8_encrypted_pki_gost_t info;
-  if (!asn_read_pkcs8_encrypted_pki_gost(bytes(key.der), size(key.der), info)) {
-    throw input_error(file, "encrypted with another scheme than PBES2 with GOST algorithms");
+  if (!asn_read_pkcs8_encrypted_pki_gost(bytes(key.der), size32(key.der), info)) {
+    throw input_error_t(file, "encrypted with another scheme than PBES2 with GOST algorithms");
   }
   key.encrypted = true;
   key.iterations = info.pbe.iterations;
-  gost_pbe crypto(read_password(source, "Password of " + printable(file)), options);
+  gost_pbe_t crypto(read_password(source, "Password of " + printable(file)), options);
   std::string plaintext;
   try {
     if (!crypto.decrypt(info.pbe, info.encrypted_data.data, info.encrypted_data.size, plaintext)) {
-      throw input_error(file, "wrong password, or a damaged file");
+      throw input_error_t(file, "wrong password, or a damaged file");
     }
-  } catch (const pbe_error& e) {
-    throw input_error(file, e.what());
+  } catch (const pbe_error_t& e) {
+    throw input_error_t(file, e.what());
   }
   key.der = plaintext;
-  read_private_key(file, {size(key.der), bytes(key.der)});
+  read_private_key(file, view(key.der));
   return key;
 }
 

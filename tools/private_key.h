@@ -8,7 +8,7 @@
 #include <pkider/asn_helper.h>
 #include <pkider/asn_reader.h>
 
-#include "cli.h"
+#include "messages.h"
 #include "password.h"
 
 constexpr char key_label[] = "PRIVATE KEY";
@@ -22,7 +22,7 @@ struct key_file_t {
 };
 
 // Reads the first key of `file`, PEM or DER, and asks `source` for a password if it is encrypted.
-// Throws input_error when it is no key.
+// Throws input_error_t when it is no key.
 key_file_t open_key_file(const std::string& file, const password_source_t& source,
                          const gost_pbe_options_t& options);
 

@@ -15,12 +15,12 @@
 void protect_secrets();
 
 template <class T>
-struct secure_allocator {
+struct secure_allocator_t {
   using value_type = T;
 
-  secure_allocator() = default;
+  secure_allocator_t() = default;
   template <class U>
-  explicit secure_allocator(const secure_allocator<U>&) {}
+  explicit secure_allocator_t(const secure_allocator_t<U>&) {}
 
   T* allocate(std::size_t count) {
     void* block = gcry_calloc_secure(count, sizeof(T));
@@ -31,11 +31,11 @@ struct secure_allocator {
   }
   void deallocate(T* block, std::size_t) { gcry_free(block); }  // wipes
 
-  friend bool operator==(const secure_allocator&, const secure_allocator&) { return true; }
-  friend bool operator!=(const secure_allocator&, const secure_allocator&) { return false; }
+  friend bool operator==(const secure_allocator_t&, const secure_allocator_t&) { return true; }
+  friend bool operator!=(const secure_allocator_t&, const secure_allocator_t&) { return false; }
 };
 
 // Not a std::string: that keeps short texts outside the allocator's memory.
-using secret_t = std::vector<unsigned char, secure_allocator<unsigned char>>;
+using secret_t = std::vector<unsigned char, secure_allocator_t<unsigned char>>;
 
 #endif

@@ -7,8 +7,11 @@
 #include <pkider/asn_helper.h>
 
 #include "asn_cursor.h"
-#include "cli.h"
+#include "bytes.h"
+#include "certificate.h"
 #include "known_oids.h"
+#include "messages.h"
+#include "text.h"
 #include "verbs.h"
 
 namespace {
@@ -17,9 +20,9 @@ constexpr auto utc_time = static_cast<asn_tag_t::Type>(0x17);
 constexpr auto generalized_time = static_cast<asn_tag_t::Type>(0x18);
 
 // Takes `count` digits off the front of `text`.
-bool take_number(std::string_view& text, std::size_t count, unsigned* number) {
+bool take_number(std::string_view& text, std::size_t count, unsigned& number) {
   const char* const end = text.data() + std::min(count, text.size());
-  const auto [at, error] = std::from_chars(text.data(), end, *number);
+  const auto [at, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc() || at != text.data() + count) {
     return false;
   }
@@ -29,7 +32,7 @@ bool take_number(std::string_view& text, std::size_t count, unsigned* number) {
 
 // UTCTime YYMMDDhhmmssZ or GeneralizedTime YYYYMMDDhhmmssZ (RFC 5280, 4.1.2.5), in the log form of
 // a certificate time.
-bool read_time(const blob_t& element, std::string* log_form) {
+bool read_time(const blob_t& element, std::string& log_form) {
   asn_iter_t cur = asn1_iter_(element);
   asn_iter_t content;
   const bool two_digits = asn1_next_is_(utc_time, cur);
@@ -44,9 +47,9 @@ bool read_time(const blob_t& element, std::string* log_form) {
   unsigned hours = 0;
   unsigned minutes = 0;
   unsigned seconds = 0;
-  if (!take_number(text, two_digits ? 2 : 4, &year) || !take_number(text, 2, &month) ||
-      !take_number(text, 2, &day) || !take_number(text, 2, &hours) ||
-      !take_number(text, 2, &minutes) || !take_number(text, 2, &seconds) || text != "Z") {
+  if (!take_number(text, two_digits ? 2 : 4, year) || !take_number(text, 2, month) ||
+      !take_number(text, 2, day) || !take_number(text, 2, hours) ||
+      !take_number(text, 2, minutes) || !take_number(text, 2, seconds) || text != "Z") {
     return false;
   }
   if (two_digits) {
@@ -54,14 +57,14 @@ bool read_time(const blob_t& element, std::string* log_form) {
   }
   const cert_time64_t time = cert_time64_t{year} << 40 | cert_time64_t{month - 1U} << 32 |
                              cert_time64_t{day} << 24 | hours << 16 | minutes << 8 | seconds;
-  CertTimeToLogStringGMT(time, *log_form);
+  CertTimeToLogStringGMT(time, log_form);
   return month >= 1 && month <= 12 && day >= 1 && day <= 31;
 }
 
 std::string time_text(const std::string& where, const char* what, const blob_t& element) {
   std::string text;
-  if (!read_time(element, &text)) {
-    throw input_error(where, std::string(what) + " is neither a UTCTime nor a GeneralizedTime");
+  if (!read_time(element, text)) {
+    throw input_error_t(where, std::string(what) + " is neither a UTCTime nor a GeneralizedTime");
   }
   return text;
 }
@@ -105,7 +108,7 @@ constexpr pki_alg_t kind_gost_512 = 0x10;
 void show_rsa_key(const std::string& where, const asn_pubkey_t& key, bool verbose) {
   asn_rsa_pubkey_t rsa;
   if (!asn_read_rsa_pubkey(key, rsa)) {
-    throw input_error(where, "the RSA key is malformed");
+    throw input_error_t(where, "the RSA key is malformed");
   }
   print_field("key size", std::to_string(bit_count(rsa.modulus)) + " bits");
   if (verbose) {
@@ -117,7 +120,7 @@ void show_rsa_key(const std::string& where, const asn_pubkey_t& key, bool verbos
 void show_gost_key(const std::string& where, const asn_pubkey_t& key, bool verbose) {
   asn_gost_pubkey_t gost;
   if (!asn_read_gost_pubkey(key, gost)) {
-    throw input_error(where, "the GOST key is malformed");
+    throw input_error_t(where, "the GOST key is malformed");
   }
   print_field("key parameters", parameter_set(gost.public_key_param_set));
   print_field("digest parameters", parameter_set(gost.digest_param_set));
@@ -132,7 +135,7 @@ void show_gost_key(const std::string& where, const asn_pubkey_t& key, bool verbo
 void show_public_key(const std::string& where, const blob_t& element, bool verbose) {
   asn_pubkey_t key;
   if (!asn_read_pubkey(element.data, static_cast<long>(element.size), key)) {
-    throw input_error(where, "the public key is malformed");
+    throw input_error_t(where, "the public key is malformed");
   }
   print_field("public key", describe_oid(key.alg.data, key.alg.size));
   const pki_alg_t kind = PKI_OID_TO_KEY_ALG(key.alg.data, key.alg.size) & kind_mask;
@@ -157,7 +160,7 @@ std::string signature_text(const std::string& where, const blob_t& element) {
   constexpr pki_alg_t hash_mask = 0x00FF0000;
   asn_ike_signalg_t signature;
   if (!asn_read_ike_signalg(element.data, element.size, signature)) {
-    throw input_error(where, "the signature algorithm is malformed");
+    throw input_error_t(where, "the signature algorithm is malformed");
   }
   const pki_alg_t alg = signature.to_pki_alg();
   if (const char* name = I2S_PKI_ALG_T->getString(alg, nullptr); alg != 0 && name != nullptr) {

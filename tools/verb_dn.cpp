@@ -3,7 +3,12 @@
 #include <iostream>
 #include <memory>
 
-#include "cli.h"
+#include <pkider/asn_printable.h>
+
+#include "bytes.h"
+#include "messages.h"
+#include "oid_names.h"
+#include "text.h"
 #include "verbs.h"
 
 namespace {
@@ -60,14 +65,14 @@ void run(const std::string& text, bool with_der) {
   std::string normal;
   std::string der;
   if (!encodes(text)) {
-    throw input_error(text, explain(text));
+    throw input_error_t(text, explain(text));
   }
   if (!printable_dn_normalize(text, normal, &der, oid_map())) {
-    throw input_error(text, "malformed value after \"" + normal + '"');
+    throw input_error_t(text, "malformed value after \"" + normal + '"');
   }
   std::cout << printable(normal) << '\n';
   if (with_der) {
-    std::cout << hex({size(der), bytes(der)}) << '\n';
+    std::cout << hex(view(der)) << '\n';
   }
 }
 

@@ -3,9 +3,10 @@
 #include <iostream>
 #include <memory>
 
-#include "cli.h"
+#include "bytes.h"
 #include "password.h"
 #include "private_key.h"
+#include "text.h"
 #include "verbs.h"
 
 namespace {
@@ -23,7 +24,7 @@ void show(const options_t& options) {
   print_field("protection", key.encrypted
                                 ? "encrypted, " + std::to_string(key.iterations) + " iterations"
                                 : "plain");
-  show_private_key(options.file, {size(key.der), bytes(key.der)}, options.reveal);
+  show_private_key(options.file, view(key.der), options.reveal);
 }
 
 }  // namespace

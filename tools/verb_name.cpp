@@ -3,7 +3,9 @@
 #include <iostream>
 #include <memory>
 
-#include "cli.h"
+#include "certificate.h"
+#include "messages.h"
+#include "text.h"
 #include "verbs.h"
 
 namespace {

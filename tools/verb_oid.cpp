@@ -8,8 +8,11 @@
 #include <pkider/asn_tag.h>
 
 #include "asn_cursor.h"
-#include "cli.h"
+#include "bytes.h"
 #include "known_oids.h"
+#include "messages.h"
+#include "oid_names.h"
+#include "text.h"
 #include "verbs.h"
 
 namespace {
@@ -42,7 +45,7 @@ pki_oid_ref_t oid_of(pki_alg_t alg) {
 }
 
 oid_t from_name(const std::string& text) {
-  oid_t oid = from_map(oid_map_find_sn(oid_map(), text.data(), size(text)));
+  oid_t oid = from_map(oid_map_find_sn(oid_map(), text.data(), size32(text)));
   if (oid.empty()) {
     oid = from_map(find_long_name(text));
   }
@@ -69,7 +72,7 @@ oid_t from_hex(const std::string& text) {
     }
     der += static_cast<char>(std::stoi(text.substr(i, 2), nullptr, 16));
   }
-  asn_iter_t cur = {bytes(der), size(der)};
+  asn_iter_t cur = asn1_iter_(view(der));
   asn_iter_t content;
   const bool element = asn1_read_tag_i_(asn_tag_t::OID, &cur, &content) && cur.len == 0;
   return element ? from_view(content.ptr, content.len) : der;
@@ -88,15 +91,15 @@ oid_t parse(const std::string& text) {
       return oid;
     }
   }
-  throw input_error(text, "neither an object identifier nor a known name");
+  throw input_error_t(text, "neither an object identifier nor a known name");
 }
 
 void show(const oid_t& oid) {
   const std::string dotted = dotted_text(oid);
-  const asn_tag_t_<64> element(asn_tag_t::OID, oid.data(), size(oid));
+  const asn_tag_t_<64> element(asn_tag_t::OID, oid.data(), size32(oid));
   print_field("oid", dotted);
   print_field("der", hex({element.encoded_size(), element.encoded()}, ' '));
-  if (const OIDdescr_t* entry = oid_map_find_asn(oid_map(), bytes(oid), size(oid))) {
+  if (const OIDdescr_t* entry = oid_map_find_asn(oid_map(), bytes(oid), size32(oid))) {
     print_field("short name", entry->oid_sn);
     print_field("long name", entry->oid_ln);
   }

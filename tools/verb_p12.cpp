@@ -13,12 +13,16 @@
 #include <pkider/platform.h>
 
 #include "asn_cursor.h"
-#include "cli.h"
+#include "bytes.h"
+#include "certificate.h"
 #include "container.h"
+#include "input.h"
 #include "known_oids.h"
+#include "messages.h"
 #include "output_file.h"
 #include "password.h"
 #include "private_key.h"
+#include "text.h"
 #include "verbs.h"
 
 namespace {
@@ -43,14 +47,14 @@ std::string container_der(const std::string& file) {
 // An opened container, with the cryptography that goes on with its password.
 struct opened_t {
   container_t container;
-  std::unique_ptr<gost_pbe> crypto;
+  std::unique_ptr<gost_pbe_t> crypto;
 };
 
 opened_t open_container(const reading_t& reading) {
   const std::string& file = reading.file;
   opened_t opened;
   opened.container = split_container(file, container_der(file));
-  opened.crypto = std::make_unique<gost_pbe>(
+  opened.crypto = std::make_unique<gost_pbe_t>(
       read_password(reading.password, "Password of " + printable(file)), reading.crypto);
   read_container(file, opened.crypto.get(), &opened.container);
   const unsigned parts = opened.container.encrypted_parts;
@@ -75,8 +79,8 @@ void for_each_bag(const pkcs12_easy_t& model, const handle_bag_t& handle) {
 
 certificate_t certificate_of(const std::string& file, const std::string& der) {
   certificate_t certificate;
-  if (!read_certificate(der, &certificate)) {
-    throw input_error(file, "a certificate in it is of another kind than X.509, or damaged");
+  if (!read_certificate(der, certificate)) {
+    throw input_error_t(file, "a certificate in it is of another kind than X.509, or damaged");
   }
   return certificate;
 }
@@ -89,7 +93,7 @@ std::string friendly_name_text(const blob_t& name) {
   if (text.empty()) {
     return hex(name);
   }
-  converter.convert(name.data, name.size, text.data(), size(text));
+  converter.convert(name.data, name.size, text.data(), size32(text));
   return text;
 }
 
@@ -106,7 +110,7 @@ std::string friendly_name_bytes(const std::string& name_text) {
   std::size_t in_left = text.size();
   std::size_t out_left = name.size();
   if (iconv(converter.get(), &in, &in_left, &out, &out_left) != 0) {
-    throw input_error("--name", "not UTF-8, or a character above U+FFFF");
+    throw input_error_t("--name", "not UTF-8, or a character above U+FFFF");
   }
   name.resize(name.size() - out_left);
   return name;
@@ -170,14 +174,14 @@ struct output_t {
   std::string summary;
 };
 
-std::string encrypted_key_pem(const blob_t& der, gost_pbe* crypto) {
+std::string encrypted_key_pem(const blob_t& der, gost_pbe_t* crypto) {
   pkcs8_encrypted_pki_gost_t info;
   std::string ciphertext;
   crypto->encrypt(der.data, der.size, info.pbe, ciphertext);
-  info.encrypted_data = {size(ciphertext), bytes(ciphertext)};
+  info.encrypted_data = view(ciphertext);
   std::string out;
   asn_write_pkcs8_encrypted_pki_gost(info, out);
-  return to_pem(encrypted_key_label, {size(out), bytes(out)});
+  return to_pem(encrypted_key_label, view(out));
 }
 
 std::vector<output_t> outputs_of(const extraction_t& extraction, const opened_t& opened) {
@@ -211,7 +215,7 @@ void extract(const extraction_t& extraction) {
     check_absent(output.file, extraction.overwrite);
   }
   if (mkdir(extraction.directory.c_str(), S_IRWXU) != 0 && errno != EEXIST) {
-    throw input_error(extraction.directory, std::strerror(errno));
+    throw input_error_t(extraction.directory, std::strerror(errno));
   }
   for (const output_t& output : outputs) {
     write_output(output.file, output.content, output.mode, extraction.overwrite);
@@ -244,7 +248,7 @@ std::vector<std::string> read_certificates(const std::vector<std::string>& files
       }
     }
     if (ders.size() == before) {
-      throw input_error(file, "holds no certificate");
+      throw input_error_t(file, "holds no certificate");
     }
   }
   return ders;
@@ -263,7 +267,7 @@ std::size_t certificate_for(const creation_t& creation, const blob_t& key,
       return i;
     }
   }
-  throw input_error(creation.key, "none of the certificates belongs to this key");
+  throw input_error_t(creation.key, "none of the certificates belongs to this key");
 }
 
 // The usual identifier: the SHA-1 of the public key's SubjectPublicKeyInfo.
@@ -272,10 +276,6 @@ std::string local_key_id(const std::string& certificate) {
   std::string id(gcry_md_get_algo_dlen(GCRY_MD_SHA1), '\0');
   gcry_md_hash_buffer(GCRY_MD_SHA1, id.data(), public_key.data, public_key.size);
   return id;
-}
-
-blob_t view(const std::string& held) {
-  return {size(held), bytes(held)};
 }
 
 void create(const creation_t& creation) {
@@ -296,7 +296,7 @@ void create(const creation_t& creation) {
     }
     (creation.plain_certificates ? model.plain_bags : model.encrypted_bags).push_back(bag);
   }
-  gost_pbe crypto(
+  gost_pbe_t crypto(
       read_password(creation.password, "New password of " + printable(creation.out), true),
       creation.crypto);
   std::string pfx;

@@ -1,5 +1,5 @@
 // The verbs of the command, one file each. Every function adds its verb to `app`; the verb's work
-// is done in its callback, which reports a bad input by throwing input_error (cli.h).
+// is done in its callback, which reports a bad input by throwing input_error_t (messages.h).
 
 #ifndef PKIDER_TOOLS_VERBS_H
 #define PKIDER_TOOLS_VERBS_H
