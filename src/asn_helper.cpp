@@ -1,13 +1,20 @@
+// Algorithm codes, their OIDs and names; DigestInfo, public keys and signature parameters.
+
+#include <array>
 #include <cstring>
 #include <limits>
 
 #include <pkider/asn_helper.h>
 #include <pkider/asn_tag.h>
 
+#include "alg_codes.h"
+#include "asn_algorids.h"
 #include "asn_cursor.h"
 #include "asn_oids.h"
 #include "der_writer.h"
 #include "out_string.h"
+
+using namespace alg_codes;
 
 // ---- Algorithm codes ----
 
@@ -15,68 +22,68 @@
 
 // getInt finds the first of equal names: the order matters.
 const IntToString I2S_PKI_ALG_T[] = {
-    {0x00000001, "RSA"},
-    {0x00000003, "DSA"},
-    {0x00000004, "DHKA"},
-    {0x00000005, "OLD DSA"},
-    {0x00000006, "DHPN"},
-    {0x00000007, "RC2"},
-    {0x00000008, "RC4"},
-    {0x00000009, "RC5"},
-    {0x0000000A, "DES"},
-    {0x0000000B, "2KEY 3DES"},
-    {0x0000000C, "3KEY 3DES"},
-    {0x0000000E, "GOST R 34.10-94"},
-    {0x0000010E, "GOST R 34.10-2001"},
-    {0x0000010F, "GOST R 34.10-2012 256"},
-    {0x00000110, "GOST R 34.10-2012 512"},
-    {0x0100000E, "GOST R 34.10-94 (ZUL)"},
-    {0x0200000E, "GOST R 34.10-94 (CPRO)"},
-    {0x0200010E, "GOST R 34.10-2001 (CPRO)"},
-    {0x0400000E, "GOST R 34.10-94 (SignalCOM)"},
-    {0x0400010E, "GOST R 34.10-2001 (SignalCOM)"},
-    {0x00010000, "SHA"},
-    {0x00020000, "SHA1"},
-    {0x00030000, "SHA224"},
-    {0x00040000, "SHA256"},
-    {0x00050000, "SHA384"},
-    {0x00060000, "SHA512"},
-    {0x00070000, "MD2"},
-    {0x00080000, "MD5"},
-    {0x00090000, "GOST 34.11-94"},
-    {0x000A0000, "GOST 34.11-2012 256"},
-    {0x000B0000, "GOST 34.11-2012 512"},
-    {0x01090000, "GOST 34.11-94 (ZUL)"},
-    {0x02090000, "GOST 34.11-94 (CPRO)"},
-    {0x04090000, "GOST 34.11-94 (SignalCOM)"},
-    {0x00010001, "shaRSA"},
-    {0x00020001, "sha1RSA"},
-    {0x00030001, "sha224RSA"},
-    {0x00040001, "sha256RSA"},
-    {0x00050001, "sha384RSA"},
-    {0x00060001, "sha512RSA"},
-    {0x00000002, "RSASSA-PSS"},
-    {0x00020002, "sha1RSASSA-PSS"},
-    {0x00030002, "sha224RSASSA-PSS"},
-    {0x00040002, "sha256RSASSA-PSS"},
-    {0x00050002, "sha384RSASSA-PSS"},
-    {0x00060002, "sha512RSASSA-PSS"},
-    {0x00070001, "md2RSA"},
-    {0x00080001, "md5RSA"},
-    {0x00010003, "shaDSA"},
-    {0x00020003, "sha1DSA"},
-    {0x0002000B, "2KEY 3DES SHA1"},
-    {0x0002000C, "3KEY 3DES SHA1"},
-    {0x0002000D, "sha1HMAC"},
-    {0x0009000E, "GOST R 34.11/34.10-94"},
-    {0x0009010E, "GOST R 34.11/34.10-2001"},
-    {0x000A010F, "GOST R 34.11-2012/34.10-2012 256"},
-    {0x000B0110, "GOST R 34.11-2012/34.10-2012 512"},
-    {0x0109000E, "GOST R 34.11/34.10-94 (ZUL)"},
-    {0x0209000E, "GOST R 34.11/34.10-94 (CryptoPro)"},
-    {0x0209010E, "GOST R 34.11/34.10-2001 (CryptoPro)"},
-    {0x0409000E, "GOST R 34.11/34.10-94 (SignalCOM)"},
-    {0x0409010E, "GOST R 34.11/34.10-2001 (SignalCOM)"},
+    {rsa, "RSA"},
+    {dsa, "DSA"},
+    {dhka, "DHKA"},
+    {old_dsa, "OLD DSA"},
+    {dhpn, "DHPN"},
+    {rc2, "RC2"},
+    {rc4, "RC4"},
+    {rc5, "RC5"},
+    {des, "DES"},
+    {des3_2key, "2KEY 3DES"},
+    {des3_3key, "3KEY 3DES"},
+    {gost_341094, "GOST R 34.10-94"},
+    {gost_341001, "GOST R 34.10-2001"},
+    {gost_341012_256, "GOST R 34.10-2012 256"},
+    {gost_341012_512, "GOST R 34.10-2012 512"},
+    {gost_341094 | zul, "GOST R 34.10-94 (ZUL)"},
+    {gost_341094 | cryptopro, "GOST R 34.10-94 (CPRO)"},
+    {gost_341001 | cryptopro, "GOST R 34.10-2001 (CPRO)"},
+    {gost_341094 | signalcom, "GOST R 34.10-94 (SignalCOM)"},
+    {gost_341001 | signalcom, "GOST R 34.10-2001 (SignalCOM)"},
+    {sha, "SHA"},
+    {sha1, "SHA1"},
+    {sha224, "SHA224"},
+    {sha256, "SHA256"},
+    {sha384, "SHA384"},
+    {sha512, "SHA512"},
+    {md2, "MD2"},
+    {md5, "MD5"},
+    {gost_341194, "GOST 34.11-94"},
+    {gost_341112_256, "GOST 34.11-2012 256"},
+    {gost_341112_512, "GOST 34.11-2012 512"},
+    {gost_341194 | zul, "GOST 34.11-94 (ZUL)"},
+    {gost_341194 | cryptopro, "GOST 34.11-94 (CPRO)"},
+    {gost_341194 | signalcom, "GOST 34.11-94 (SignalCOM)"},
+    {sha | rsa, "shaRSA"},
+    {sha1 | rsa, "sha1RSA"},
+    {sha224 | rsa, "sha224RSA"},
+    {sha256 | rsa, "sha256RSA"},
+    {sha384 | rsa, "sha384RSA"},
+    {sha512 | rsa, "sha512RSA"},
+    {rsassa_pss, "RSASSA-PSS"},
+    {sha1 | rsassa_pss, "sha1RSASSA-PSS"},
+    {sha224 | rsassa_pss, "sha224RSASSA-PSS"},
+    {sha256 | rsassa_pss, "sha256RSASSA-PSS"},
+    {sha384 | rsassa_pss, "sha384RSASSA-PSS"},
+    {sha512 | rsassa_pss, "sha512RSASSA-PSS"},
+    {md2 | rsa, "md2RSA"},
+    {md5 | rsa, "md5RSA"},
+    {sha | dsa, "shaDSA"},
+    {sha1 | dsa, "sha1DSA"},
+    {sha1 | des3_2key, "2KEY 3DES SHA1"},
+    {sha1 | des3_3key, "3KEY 3DES SHA1"},
+    {sha1 | hmac, "sha1HMAC"},
+    {gost_341194 | gost_341094, "GOST R 34.11/34.10-94"},
+    {gost_341194 | gost_341001, "GOST R 34.11/34.10-2001"},
+    {gost_341112_256 | gost_341012_256, "GOST R 34.11-2012/34.10-2012 256"},
+    {gost_341112_512 | gost_341012_512, "GOST R 34.11-2012/34.10-2012 512"},
+    {gost_341194 | gost_341094 | zul, "GOST R 34.11/34.10-94 (ZUL)"},
+    {gost_341194 | gost_341094 | cryptopro, "GOST R 34.11/34.10-94 (CryptoPro)"},
+    {gost_341194 | gost_341001 | cryptopro, "GOST R 34.11/34.10-2001 (CryptoPro)"},
+    {gost_341194 | gost_341094 | signalcom, "GOST R 34.11/34.10-94 (SignalCOM)"},
+    {gost_341194 | gost_341001 | signalcom, "GOST R 34.11/34.10-2001 (SignalCOM)"},
     {0, nullptr},
 };
 
@@ -89,9 +96,19 @@ struct alg_oid_t {
   pki_oid_ref_t oid;
 };
 
+struct signature_t {
+  pki_alg_t alg;
+  pki_oid_ref_t oid;
+  pki_oid_ref_t algorid;  // the whole AlgorithmIdentifier
+};
+
 template <unsigned N>
 constexpr pki_oid_ref_t ref(const unsigned char (&bytes)[N]) {
   return {bytes, N};
+}
+template <std::size_t N>
+constexpr pki_oid_ref_t ref(const std::array<unsigned char, N>& bytes) {
+  return {bytes.data(), N};
 }
 
 // Q14: in every map the first match wins. Plain forms stand before CryptoPro's, which share their
@@ -99,157 +116,80 @@ constexpr pki_oid_ref_t ref(const unsigned char (&bytes)[N]) {
 // clang-format off
 
 constexpr alg_oid_t digest_map[] = {
-    {0x00070000, ref(asn_oid_ALG_MD2)},              // MD2
-    {0x00080000, ref(asn_oid_ALG_MD5)},              // MD5
-    {0x00010000, ref(asn_oid_ALG_SHA)},              // SHA
-    {0x00020000, ref(asn_oid_ALG_SHA1)},             // SHA1
-    {0x00030000, ref(asn_oid_ALG_SHA224)},           // SHA224
-    {0x00040000, ref(asn_oid_ALG_SHA256)},           // SHA256
-    {0x00050000, ref(asn_oid_ALG_SHA384)},           // SHA384
-    {0x00060000, ref(asn_oid_ALG_SHA512)},           // SHA512
-    {0x00090000, ref(g_oid_GOSTR3411)},              // GOST 34.11-94
-    {0x02090000, ref(g_oid_GOSTR3411)},              // GOST 34.11-94 (CPRO)
-    {0x01090000, ref(asn_oid_ALG_GOST_3411_ZUL)},    // GOST 34.11-94 (ZUL)
-    {0x000A0000, ref(asn_oid_ALG_GOST_341112_256)},  // GOST 34.11-2012 256
-    {0x000B0000, ref(asn_oid_ALG_GOST_341112_512)},  // GOST 34.11-2012 512
+    {md2,                     ref(asn_oid_ALG_MD2)},
+    {md5,                     ref(asn_oid_ALG_MD5)},
+    {sha,                     ref(asn_oid_ALG_SHA)},
+    {sha1,                    ref(asn_oid_ALG_SHA1)},
+    {sha224,                  ref(asn_oid_ALG_SHA224)},
+    {sha256,                  ref(asn_oid_ALG_SHA256)},
+    {sha384,                  ref(asn_oid_ALG_SHA384)},
+    {sha512,                  ref(asn_oid_ALG_SHA512)},
+    {gost_341194,             ref(g_oid_GOSTR3411)},
+    {gost_341194 | cryptopro, ref(g_oid_GOSTR3411)},
+    {gost_341194 | zul,       ref(asn_oid_ALG_GOST_3411_ZUL)},
+    {gost_341112_256,         ref(asn_oid_ALG_GOST_341112_256)},
+    {gost_341112_512,         ref(asn_oid_ALG_GOST_341112_512)},
 };
 
 constexpr alg_oid_t key_map[] = {
-    {0x00000001, ref(asn_oid_ALG_RSA)},               // RSA
-    {0x00000003, ref(asn_oid_ALG_DSA)},               // DSA
-    {0x0000000E, ref(asn_oid_ALG_GOST_341094)},       // GOST R 34.10-94
-    {0x0200000E, ref(asn_oid_ALG_GOST_341094)},       // GOST R 34.10-94 (CPRO)
-    {0x0100000E, ref(asn_oid_ALG_GOST_341094_ZUL)},   // GOST R 34.10-94 (ZUL)
-    {0x0400000E, ref(asn_oid_ALG_GOST_341094_SCOM)},  // GOST R 34.10-94 (SignalCOM)
-    {0x0000010E, ref(g_oid_ALG_GOST_341001)},         // GOST R 34.10-2001
-    {0x0200010E, ref(g_oid_ALG_GOST_341001)},         // GOST R 34.10-2001 (CPRO)
-    {0x0400010E, ref(asn_oid_ALG_GOST_341001_SCOM)},  // GOST R 34.10-2001 (SignalCOM)
-    {0x0000010F, ref(g_oid_ALG_GOST_341012_256)},     // GOST R 34.10-2012 256
-    {0x00000110, ref(g_oid_ALG_GOST_341012_512)},     // GOST R 34.10-2012 512
+    {rsa,                     ref(asn_oid_ALG_RSA)},
+    {dsa,                     ref(asn_oid_ALG_DSA)},
+    {gost_341094,             ref(asn_oid_ALG_GOST_341094)},
+    {gost_341094 | cryptopro, ref(asn_oid_ALG_GOST_341094)},
+    {gost_341094 | zul,       ref(asn_oid_ALG_GOST_341094_ZUL)},
+    {gost_341094 | signalcom, ref(asn_oid_ALG_GOST_341094_SCOM)},
+    {gost_341001,             ref(g_oid_ALG_GOST_341001)},
+    {gost_341001 | cryptopro, ref(g_oid_ALG_GOST_341001)},
+    {gost_341001 | signalcom, ref(asn_oid_ALG_GOST_341001_SCOM)},
+    {gost_341012_256,         ref(g_oid_ALG_GOST_341012_256)},
+    {gost_341012_512,         ref(g_oid_ALG_GOST_341012_512)},
 };
 
-constexpr alg_oid_t cert_sign_map[] = {
-    {0x00020001, ref(asn_oid_ALG_sha1RSA)},                 // sha1RSA
-    {0x00020001, ref(asn_oid_ALG_sha1RSA_oiw)},             // sha1RSA
-    {0x00030001, ref(asn_oid_ALG_sha224RSA)},               // sha224RSA
-    {0x00040001, ref(asn_oid_ALG_sha256RSA)},               // sha256RSA
-    {0x00050001, ref(asn_oid_ALG_sha384RSA)},               // sha384RSA
-    {0x00060001, ref(asn_oid_ALG_sha512RSA)},               // sha512RSA
-    {0x00070001, ref(asn_oid_ALG_md2RSA)},                  // md2RSA
-    {0x00080001, ref(asn_oid_ALG_md5RSA)},                  // md5RSA
-    {0x00020003, ref(asn_oid_ALG_sha1DSA)},                 // sha1DSA
-    {0x00000002, ref(asn_oid_ALG_RSASSA_PSS)},              // RSASSA-PSS
-    {0x00020002, ref(asn_oid_ALG_RSASSA_PSS)},              // sha1RSASSA-PSS
-    {0x00030002, ref(asn_oid_ALG_RSASSA_PSS)},              // sha224RSASSA-PSS
-    {0x00040002, ref(asn_oid_ALG_RSASSA_PSS)},              // sha256RSASSA-PSS
-    {0x00050002, ref(asn_oid_ALG_RSASSA_PSS)},              // sha384RSASSA-PSS
-    {0x00060002, ref(asn_oid_ALG_RSASSA_PSS)},              // sha512RSASSA-PSS
-    {0x0009000E, ref(asn_oid_ALG_GOST_3411_341094)},        // GOST R 34.11/34.10-94
-    {0x0209000E, ref(asn_oid_ALG_GOST_3411_341094)},        // GOST R 34.11/34.10-94 (CryptoPro)
-    {0x0109000E, ref(asn_oid_ALG_GOST_3411_341094_ZUL)},    // GOST R 34.11/34.10-94 (ZUL)
-    {0x0409000E, ref(asn_oid_ALG_GOST_3411_341094_SCOM)},   // GOST R 34.11/34.10-94 (SignalCOM)
-    {0x0009010E, ref(asn_oid_ALG_GOST_3411_341001)},        // GOST R 34.11/34.10-2001
-    {0x0209010E, ref(asn_oid_ALG_GOST_3411_341001)},        // GOST R 34.11/34.10-2001 (CryptoPro)
-    {0x0409010E, ref(asn_oid_ALG_GOST_3411_341001_SCOM)},   // GOST R 34.11/34.10-2001 (SignalCOM)
-    {0x000A010F, ref(asn_oid_ALG_GOST_341112_341012_256)},  // GOST R 34.11-2012/34.10-2012 256
-    {0x000B0110, ref(asn_oid_ALG_GOST_341112_341012_512)},  // GOST R 34.11-2012/34.10-2012 512
-};
-
-// Whole AlgorithmIdentifiers: NULL parameters for RSA, the hash alone for RSASSA-PSS, none for the
-// others.
-constexpr unsigned char asn_algorid_ALG_sha1RSA[] = {
-    0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x05, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha1RSA_oiw[] = {
-    0x30, 0x09, 0x06, 0x05, 0x2B, 0x0E, 0x03, 0x02, 0x1D, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha224RSA[] = {
-    0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0E, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha256RSA[] = {
-    0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0B, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha384RSA[] = {
-    0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0C, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha512RSA[] = {
-    0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0D, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_md2RSA[] = {
-    0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x02, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_md5RSA[] = {
-    0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x04, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha1DSA[] = {
-    0x30, 0x09, 0x06, 0x07, 0x2A, 0x86, 0x48, 0xCE, 0x38, 0x04, 0x03};
-constexpr unsigned char asn_algorid_ALG_RSASSA_PSS[] = {
-    0x30, 0x0B, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0A};
-constexpr unsigned char asn_algorid_ALG_sha1RSASSA_PSS[] = {
-    0x30, 0x0D, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0A, 0x30, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha224RSASSA_PSS[] = {
-    0x30, 0x1E, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0A, 0x30, 0x11, 0xA0,
-    0x0F, 0x30, 0x0D, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x04, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha256RSASSA_PSS[] = {
-    0x30, 0x1E, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0A, 0x30, 0x11, 0xA0,
-    0x0F, 0x30, 0x0D, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x01, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha384RSASSA_PSS[] = {
-    0x30, 0x1E, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0A, 0x30, 0x11, 0xA0,
-    0x0F, 0x30, 0x0D, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x02, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_sha512RSASSA_PSS[] = {
-    0x30, 0x1E, 0x06, 0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x0A, 0x30, 0x11, 0xA0,
-    0x0F, 0x30, 0x0D, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x03, 0x05, 0x00};
-constexpr unsigned char asn_algorid_ALG_GOST_3411_341094[] = {
-    0x30, 0x08, 0x06, 0x06, 0x2A, 0x85, 0x03, 0x02, 0x02, 0x04};
-constexpr unsigned char asn_algorid_ALG_GOST_3411_341094_ZUL[] = {
-    0x30, 0x0B, 0x06, 0x09, 0x2B, 0x06, 0x01, 0x04, 0x01, 0xA4, 0x79, 0x01, 0x06};
-constexpr unsigned char asn_algorid_ALG_GOST_3411_341094_SCOM[] = {
-    0x30, 0x0C, 0x06, 0x0A, 0x2B, 0x06, 0x01, 0x04, 0x01, 0xAD, 0x59, 0x01, 0x03, 0x01};
-constexpr unsigned char asn_algorid_ALG_GOST_3411_341001[] = {
-    0x30, 0x08, 0x06, 0x06, 0x2A, 0x85, 0x03, 0x02, 0x02, 0x03};
-constexpr unsigned char asn_algorid_ALG_GOST_3411_341001_SCOM[] = {
-    0x30, 0x0C, 0x06, 0x0A, 0x2B, 0x06, 0x01, 0x04, 0x01, 0xAD, 0x59, 0x01, 0x03, 0x02};
-constexpr unsigned char asn_algorid_ALG_GOST_341112_341012_256[] = {
-    0x30, 0x0A, 0x06, 0x08, 0x2A, 0x85, 0x03, 0x07, 0x01, 0x01, 0x03, 0x02};
-constexpr unsigned char asn_algorid_ALG_GOST_341112_341012_512[] = {
-    0x30, 0x0A, 0x06, 0x08, 0x2A, 0x85, 0x03, 0x07, 0x01, 0x01, 0x03, 0x03};
-
-constexpr alg_oid_t ike_signalg_map[] = {
-    {0x00020001, ref(asn_algorid_ALG_sha1RSA)},                 // sha1RSA
-    {0x00020001, ref(asn_algorid_ALG_sha1RSA_oiw)},             // sha1RSA
-    {0x00030001, ref(asn_algorid_ALG_sha224RSA)},               // sha224RSA
-    {0x00040001, ref(asn_algorid_ALG_sha256RSA)},               // sha256RSA
-    {0x00050001, ref(asn_algorid_ALG_sha384RSA)},               // sha384RSA
-    {0x00060001, ref(asn_algorid_ALG_sha512RSA)},               // sha512RSA
-    {0x00070001, ref(asn_algorid_ALG_md2RSA)},                  // md2RSA
-    {0x00080001, ref(asn_algorid_ALG_md5RSA)},                  // md5RSA
-    {0x00020003, ref(asn_algorid_ALG_sha1DSA)},                 // sha1DSA
-    {0x00000002, ref(asn_algorid_ALG_RSASSA_PSS)},              // RSASSA-PSS
-    {0x00020002, ref(asn_algorid_ALG_sha1RSASSA_PSS)},          // sha1RSASSA-PSS
-    {0x00030002, ref(asn_algorid_ALG_sha224RSASSA_PSS)},        // sha224RSASSA-PSS
-    {0x00040002, ref(asn_algorid_ALG_sha256RSASSA_PSS)},        // sha256RSASSA-PSS
-    {0x00050002, ref(asn_algorid_ALG_sha384RSASSA_PSS)},        // sha384RSASSA-PSS
-    {0x00060002, ref(asn_algorid_ALG_sha512RSASSA_PSS)},        // sha512RSASSA-PSS
-    {0x0009000E, ref(asn_algorid_ALG_GOST_3411_341094)},        // GOST R 34.11/34.10-94
-    {0x0209000E, ref(asn_algorid_ALG_GOST_3411_341094)},        // GOST R 34.11/34.10-94 (CryptoPro)
-    {0x0109000E, ref(asn_algorid_ALG_GOST_3411_341094_ZUL)},    // GOST R 34.11/34.10-94 (ZUL)
-    {0x0409000E, ref(asn_algorid_ALG_GOST_3411_341094_SCOM)},   // GOST R 34.11/34.10-94 (SignalCOM)
-    {0x0009010E, ref(asn_algorid_ALG_GOST_3411_341001)},        // GOST R 34.11/34.10-2001
-    {0x0209010E, ref(asn_algorid_ALG_GOST_3411_341001)},        // GOST R 34.11/34.10-2001 (CryptoPro)
-    {0x0409010E, ref(asn_algorid_ALG_GOST_3411_341001_SCOM)},   // GOST R 34.11/34.10-2001 (SignalCOM)
-    {0x000A010F, ref(asn_algorid_ALG_GOST_341112_341012_256)},  // GOST R 34.11-2012/34.10-2012 256
-    {0x000B0110, ref(asn_algorid_ALG_GOST_341112_341012_512)},  // GOST R 34.11-2012/34.10-2012 512
+constexpr signature_t signature_map[] = {
+    {sha1 | rsa,                            ref(asn_oid_ALG_sha1RSA),                ref(asn_algorid_ALG_sha1RSA)},
+    {sha1 | rsa,                            ref(asn_oid_ALG_sha1RSA_oiw),            ref(asn_algorid_ALG_sha1RSA_oiw)},
+    {sha224 | rsa,                          ref(asn_oid_ALG_sha224RSA),              ref(asn_algorid_ALG_sha224RSA)},
+    {sha256 | rsa,                          ref(asn_oid_ALG_sha256RSA),              ref(asn_algorid_ALG_sha256RSA)},
+    {sha384 | rsa,                          ref(asn_oid_ALG_sha384RSA),              ref(asn_algorid_ALG_sha384RSA)},
+    {sha512 | rsa,                          ref(asn_oid_ALG_sha512RSA),              ref(asn_algorid_ALG_sha512RSA)},
+    {md2 | rsa,                             ref(asn_oid_ALG_md2RSA),                 ref(asn_algorid_ALG_md2RSA)},
+    {md5 | rsa,                             ref(asn_oid_ALG_md5RSA),                 ref(asn_algorid_ALG_md5RSA)},
+    {sha1 | dsa,                            ref(asn_oid_ALG_sha1DSA),                ref(asn_algorid_ALG_sha1DSA)},
+    {rsassa_pss,                            ref(asn_oid_ALG_RSASSA_PSS),             ref(asn_algorid_ALG_RSASSA_PSS)},
+    {sha1 | rsassa_pss,                     ref(asn_oid_ALG_RSASSA_PSS),             ref(asn_algorid_ALG_sha1RSASSA_PSS)},
+    {sha224 | rsassa_pss,                   ref(asn_oid_ALG_RSASSA_PSS),             ref(asn_algorid_ALG_sha224RSASSA_PSS)},
+    {sha256 | rsassa_pss,                   ref(asn_oid_ALG_RSASSA_PSS),             ref(asn_algorid_ALG_sha256RSASSA_PSS)},
+    {sha384 | rsassa_pss,                   ref(asn_oid_ALG_RSASSA_PSS),             ref(asn_algorid_ALG_sha384RSASSA_PSS)},
+    {sha512 | rsassa_pss,                   ref(asn_oid_ALG_RSASSA_PSS),             ref(asn_algorid_ALG_sha512RSASSA_PSS)},
+    {gost_341194 | gost_341094,             ref(asn_oid_ALG_GOST_3411_341094),       ref(asn_algorid_ALG_GOST_3411_341094)},
+    {gost_341194 | gost_341094 | cryptopro, ref(asn_oid_ALG_GOST_3411_341094),       ref(asn_algorid_ALG_GOST_3411_341094)},
+    {gost_341194 | gost_341094 | zul,       ref(asn_oid_ALG_GOST_3411_341094_ZUL),   ref(asn_algorid_ALG_GOST_3411_341094_ZUL)},
+    {gost_341194 | gost_341094 | signalcom, ref(asn_oid_ALG_GOST_3411_341094_SCOM),  ref(asn_algorid_ALG_GOST_3411_341094_SCOM)},
+    {gost_341194 | gost_341001,             ref(asn_oid_ALG_GOST_3411_341001),       ref(asn_algorid_ALG_GOST_3411_341001)},
+    {gost_341194 | gost_341001 | cryptopro, ref(asn_oid_ALG_GOST_3411_341001),       ref(asn_algorid_ALG_GOST_3411_341001)},
+    {gost_341194 | gost_341001 | signalcom, ref(asn_oid_ALG_GOST_3411_341001_SCOM),  ref(asn_algorid_ALG_GOST_3411_341001_SCOM)},
+    {gost_341112_256 | gost_341012_256,     ref(asn_oid_ALG_GOST_341112_341012_256), ref(asn_algorid_ALG_GOST_341112_341012_256)},
+    {gost_341112_512 | gost_341012_512,     ref(asn_oid_ALG_GOST_341112_341012_512), ref(asn_algorid_ALG_GOST_341112_341012_512)},
 };
 
 // clang-format on
 
 constexpr pki_oid_ref_t no_oid = {nullptr, 0};
 
-template <unsigned N>
-const pki_oid_ref_t* find_oid(const alg_oid_t (&map)[N], pki_alg_t alg) {
-  for (const alg_oid_t& row : map) {
+template <class Row, unsigned N>
+const pki_oid_ref_t* find_oid(const Row (&map)[N], pki_alg_t alg,
+                              pki_oid_ref_t Row::*column = &Row::oid) {
+  for (const Row& row : map) {
     if (row.alg == alg) {
-      return &row.oid;
+      return &(row.*column);
     }
   }
   return &no_oid;
 }
 
-template <unsigned N>
-pki_alg_t find_alg(const alg_oid_t (&map)[N], const void* oid, unsigned len) {
-  for (const alg_oid_t& row : map) {
+template <class Row, unsigned N>
+pki_alg_t find_alg(const Row (&map)[N], const void* oid, unsigned len) {
+  for (const Row& row : map) {
     if (row.oid.size == len && std::memcmp(row.oid.data, oid, len) == 0) {
       return row.alg;
     }
@@ -268,11 +208,11 @@ const pki_oid_ref_t* PKI_KEY_ALG_TO_OID(pki_alg_t alg) {
 }
 
 const pki_oid_ref_t* PKI_CERT_SIGN_ALG_TO_OID(pki_alg_t alg) {
-  return find_oid(cert_sign_map, alg);
+  return find_oid(signature_map, alg);
 }
 
 const pki_oid_ref_t* asn_form_ike_signalg(pki_alg_t alg) {
-  return find_oid(ike_signalg_map, alg);
+  return find_oid(signature_map, alg, &signature_t::algorid);
 }
 
 pki_alg_t PKI_OID_TO_HASH_ALG(const void* oid, unsigned len) {
@@ -284,7 +224,7 @@ pki_alg_t PKI_OID_TO_KEY_ALG(const void* oid, unsigned len) {
 }
 
 pki_alg_t PKI_OID_TO_CERT_SIGN_ALG(const void* oid, unsigned len) {
-  return find_alg(cert_sign_map, oid, len);
+  return find_alg(signature_map, oid, len);
 }
 
 pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned len) {
@@ -438,9 +378,6 @@ bool asn_read_ike_signalg(const unsigned char* p, unsigned n, asn_ike_signalg_t&
 
 namespace {
 
-constexpr pki_alg_t rsassa_pss = 0x00000002;
-constexpr pki_alg_t sha1_rsassa_pss = 0x00020002;
-
 // Takes the field [number] EXPLICIT off `params`, if it comes next, and reads the element of `type`
 // in it. False only where the field is there but malformed; `field` is null where it is absent.
 bool read_optional_field(unsigned char number, asn_tag_t::Type type, asn_iter_t* params,
@@ -486,15 +423,15 @@ pki_alg_t asn_ike_signalg_t::to_pki_alg() const {
     return code;
   }
   if (params.size == 0) {
-    return sha1_rsassa_pss;
+    return sha1 | rsassa_pss;
   }
   blob_t hash;
   if (!read_pss_hash(params, hash)) {
     return 0;
   }
   if (hash.data == nullptr) {
-    return sha1_rsassa_pss;
+    return sha1 | rsassa_pss;
   }
   const pki_alg_t digest = PKI_OID_TO_HASH_ALG(hash.data, hash.size);
-  return digest == 0 ? 0 : (digest & 0x00FFFFFD) | rsassa_pss;  // Q20: named or not
+  return digest == 0 ? 0 : (digest & hash_mask) | rsassa_pss;  // Q20: named or not
 }
