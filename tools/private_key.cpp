@@ -8,6 +8,7 @@
 #include <pkider/asn_oidmap.h>
 #include <pkider/pkcs8_helper.h>
 
+#include "alg_codes.h"
 #include "asn_cursor.h"
 #include "asn_oids.h"
 #include "bytes.h"
@@ -18,9 +19,6 @@
 #include "text.h"
 
 namespace {
-
-constexpr pki_alg_t kind_mask = 0xFF;
-constexpr pki_alg_t kind_rsa = 0x01;
 
 struct private_key_t {
   blob_t algorithm;   // content octets of the OID
@@ -90,7 +88,8 @@ unsigned gost_bits(const blob_t& algorithm) {
 }
 
 bool is_rsa(const blob_t& algorithm) {
-  return (PKI_OID_TO_KEY_ALG(algorithm.data, algorithm.size) & kind_mask) == kind_rsa;
+  return (PKI_OID_TO_KEY_ALG(algorithm.data, algorithm.size) & alg_codes::kind_mask) ==
+         alg_codes::rsa;
 }
 
 private_key_t read_private_key(const std::string& where, const blob_t& der) {

@@ -6,6 +6,7 @@
 
 #include <pkider/asn_helper.h>
 
+#include "alg_codes.h"
 #include "asn_cursor.h"
 #include "bytes.h"
 #include "certificate.h"
@@ -100,11 +101,6 @@ unsigned bit_count(const blob_t& number) {
   return bits;
 }
 
-constexpr pki_alg_t kind_mask = 0xFF;
-constexpr pki_alg_t kind_rsa = 0x01;
-constexpr pki_alg_t kind_gost = 0x0E;
-constexpr pki_alg_t kind_gost_512 = 0x10;
-
 void show_rsa_key(const std::string& where, const asn_pubkey_t& key, bool verbose) {
   asn_rsa_pubkey_t rsa;
   if (!asn_read_rsa_pubkey(key, rsa)) {
@@ -138,12 +134,12 @@ void show_public_key(const std::string& where, const blob_t& element, bool verbo
     throw input_error_t(where, "the public key is malformed");
   }
   print_field("public key", describe_oid(key.alg.data, key.alg.size));
-  const pki_alg_t kind = PKI_OID_TO_KEY_ALG(key.alg.data, key.alg.size) & kind_mask;
-  if (kind == kind_rsa) {
+  const pki_alg_t kind = PKI_OID_TO_KEY_ALG(key.alg.data, key.alg.size) & alg_codes::kind_mask;
+  if (kind == alg_codes::rsa) {
     show_rsa_key(where, key, verbose);
     return;
   }
-  if (kind >= kind_gost && kind <= kind_gost_512) {
+  if (kind >= alg_codes::gost_3410 && kind <= alg_codes::gost_3410_2012_512) {
     show_gost_key(where, key, verbose);
     return;
   }
@@ -157,7 +153,6 @@ void show_public_key(const std::string& where, const blob_t& element, bool verbo
 }
 
 std::string signature_text(const std::string& where, const blob_t& element) {
-  constexpr pki_alg_t hash_mask = 0x00FF0000;
   asn_ike_signalg_t signature;
   if (!asn_read_ike_signalg(element.data, element.size, signature)) {
     throw input_error_t(where, "the signature algorithm is malformed");
@@ -168,7 +163,7 @@ std::string signature_text(const std::string& where, const blob_t& element) {
   }
   // RSASSA-PSS with a hash that has no signature name of its own, or with unknown parameters.
   const std::string name = describe_oid(signature.oid.data, signature.oid.size);
-  const char* hash = I2S_PKI_ALG_T->getString(alg & hash_mask, nullptr);
+  const char* hash = I2S_PKI_ALG_T->getString(alg & alg_codes::hash_mask, nullptr);
   return alg != 0 && hash != nullptr ? name + " with " + hash : name;
 }
 
