@@ -1,3 +1,6 @@
+// Object identifiers as text and DER (X.690, 8.19), and the maps that name them.
+
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <memory>
@@ -6,7 +9,8 @@
 #include <pkider/asn_oidmap.h>
 #include <pkider/platform.h>
 
-#include "asn_oidmap_i.h"
+#include "oid_map.h"
+#include "out_string.h"
 
 // ---- OID codec ----
 
@@ -94,7 +98,7 @@ bool oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::
   char* const chunk_end = chunk + sizeof chunk;
   char* tail = chunk;
   const auto flush = [&] {
-    text.append(chunk, static_cast<std::size_t>(tail - chunk));
+    append_string_(text, {chunk, static_cast<std::size_t>(tail - chunk)});
     tail = chunk;
   };
   bool first = true;

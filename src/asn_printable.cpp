@@ -1,3 +1,5 @@
+// Distinguished names: queries and edits on their text, DER to text, text to DER.
+
 #include <algorithm>
 #include <cstring>
 #include <string_view>
@@ -9,161 +11,18 @@
 #include <pkider/platform.h>
 
 #include "asn_cursor.h"
-#include "asn_printable_i.h"
 #include "der_writer.h"
+#include "dn_splitter.h"
 #include "out_string.h"
-#include "t61_i.h"
+#include "t61_utf8.h"
 
-// ---- Splitting ----
+using namespace dn_text;
 
-namespace {
-
-// What a byte of a value means, to the splitter and on the way to DER and back.
-enum : unsigned char {
-  not_printable = 1,  // outside PrintableString's alphabet
-  not_ascii = 2,
-  is_special = 4,  // Q27: one of the nine that a backslash must escape
-  is_end = 8,      // the terminating zero
-  ends_name = 16,  // '=', a blank or the terminating zero
-};
-
-constexpr bool is_one_of(const char* set, char c) {
-  for (; *set != 0; ++set) {
-    if (*set == c) {
-      return true;
-    }
-  }
-  return false;
-}
-
-struct byte_classes_t {
-  unsigned char of[256];
-
-  constexpr byte_classes_t() : of() {
-    for (unsigned i = 0; i < 256; ++i) {
-      const char c = static_cast<char>(i);
-      const bool printable = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
-                             (c >= '0' && c <= '9') || is_one_of(" '()+,-./:=?", c);
-      of[i] = static_cast<unsigned char>(
-          (printable ? 0 : not_printable) | (i >= 0x80 ? not_ascii : 0) |
-          (is_one_of("\"#+,;<=>\\", c) ? is_special : 0) | (i == 0 ? is_end : 0) |
-          (i == 0 || is_one_of("= \t", c) ? ends_name : 0));
-    }
-  }
-};
-
-constexpr byte_classes_t byte_classes;
-
-unsigned class_of(char c) {
-  return byte_classes.of[static_cast<unsigned char>(c)];
-}
-
-const char* skip_blanks(const char* p) {
-  while (*p == ' ' || *p == '\t') {
-    ++p;
-  }
-  return p;
-}
-
-const char* find_name_end(const char* p) {
-  while ((class_of(*p) & ends_name) == 0) {
-    ++p;
-  }
-  return p;
-}
-
-// The separator or terminating zero that ends a value; null when a quote stays open. Adds what the
-// bytes before it are to `classes`.
-const char* find_value_end(const char* p, unsigned& classes) {
-  bool quoted = false;
-  for (;; ++p) {
-    unsigned found = class_of(*p);
-    for (; (found & (is_special | is_end)) == 0; found = class_of(*++p)) {
-      classes |= found;
-    }
-    if (*p == 0) {
-      return quoted ? nullptr : p;
-    }
-    if ((*p == '+' || *p == ',') && !quoted) {  // Q34: no ';'
-      return p;
-    }
-    if (*p == '"') {
-      quoted = !quoted;
-    } else if (*p == '\\' && p[1] != 0) {
-      ++p;
-    }
-    classes |= found;
-  }
-}
-
-// Takes one attribute after the other off a printable DN.
-class dn_splitter_t {
- public:
-  explicit dn_splitter_t(const char* dn) : p_(skip_blanks(dn)), more_(*p_ != 0) {}
-
-  bool more() const { return more_; }
-
-  // The next attribute; false when the text is malformed there.
-  bool next(RDNdescr_t& attribute) {
-    attribute.name_begin = p_;
-    attribute.name_end = find_name_end(p_);
-    p_ = skip_blanks(attribute.name_end);
-    if (*p_ != '=' || attribute.name_end == attribute.name_begin) {
-      return false;
-    }
-    attribute.value_begin = p_ + 1;  // Q35: blanks included
-    value_classes_ = 0;
-    attribute.value_end = find_value_end(p_ + 1, value_classes_);
-    if (attribute.value_end == nullptr) {
-      return false;
-    }
-    attribute.plus_joined = joined_;
-    joined_ = *attribute.value_end == '+';
-    more_ = *attribute.value_end != 0;
-    if (more_) {
-      p_ = skip_blanks(attribute.value_end + 1);
-    }
-    return true;
-  }
-
-  // Whether the attribute after the last one is in the same RDN.
-  bool joins_next() const { return joined_; }
-
-  // The classes of all bytes of the last value, but those right after a backslash.
-  unsigned value_classes() const { return value_classes_; }
-
- private:
-  const char* p_;
-  bool more_;
-  bool joined_ = false;
-  unsigned value_classes_ = 0;
-};
-
-// Shows every attribute of a printable DN to `visit`; false when the text is malformed.
-template <class Visit>
-bool for_each_attribute(const char* dn, Visit visit) {
-  for (dn_splitter_t splitter(dn); splitter.more();) {
-    RDNdescr_t attribute;
-    if (!splitter.next(attribute)) {
-      return false;
-    }
-    visit(attribute);
-  }
-  return true;
-}
-
-std::string_view name_of(const RDNdescr_t& attribute) {
-  return {attribute.name_begin,
-          static_cast<std::size_t>(attribute.name_end - attribute.name_begin)};
-}
-
-}  // namespace
+// ---- Queries and edits on the text ----
 
 bool printable_dn_parse(const char* dn, std::vector<RDNdescr_t>& out) {
   return for_each_attribute(dn, [&](const RDNdescr_t& attribute) { out.push_back(attribute); });
 }
-
-// ---- Queries and edits on the text ----
 
 bool printable_dn_get_attr(const char* dn, const char* attr_name, std::string& result,
                            PrintableDnGetAttr mode) {
@@ -177,46 +36,72 @@ bool printable_dn_get_attr(const char* dn, const char* attr_name, std::string& r
   if (!for_each_attribute(dn, find_first) || found.name_begin == nullptr) {
     return false;
   }
-  result.append(mode == DN_GET_ATTR_VALUE ? found.value_begin : found.name_begin, found.value_end);
+  const char* begin = mode == DN_GET_ATTR_VALUE ? found.value_begin : found.name_begin;
+  append_string_(result, {begin, static_cast<std::size_t>(found.value_end - begin)});
   return true;
 }
 
-bool printable_dn_contain_attrs(const char* dn, const char* attrs) {
-  const char* component = attrs;
-  const char* pattern = attrs;
-  bool quoted = false;
-  bool armed = true;
-  char before = 0;
-  for (; *dn != 0; before = *dn++) {
-    const char c = *dn;
-    const bool escaped = before == '\\';
-    if (c == '"' && !escaped) {
-      quoted = !quoted;
-    } else if (c == ',' && !escaped && !quoted) {
-      if (armed && *pattern == 0) {
-        return true;
-      }
-      if (!armed) {
-        armed = true;
-        continue;
-      }
-    } else if (armed && *pattern == 0) {
-      return c == ',' && !quoted;
+namespace {
+
+// A place in a text that is cut into pieces at its commas, those in quotes or after a backslash
+// apart. The one character before a place decides whether it is escaped: in a\\, the comma is.
+class piece_scan_t {
+ public:
+  explicit piece_scan_t(const char* text) : p_(text) {}
+
+  char here() const { return *p_; }
+  bool is_quote() const { return *p_ == '"' && !escaped_; }
+  bool is_comma_outside_quotes() const { return *p_ == ',' && !quoted_; }
+  bool ends_piece() const { return is_comma_outside_quotes() && !escaped_; }
+
+  void step() {
+    if (is_quote()) {
+      quoted_ = !quoted_;
     }
-    if (!armed) {
-      continue;
+    escaped_ = *p_ == '\\';
+    ++p_;
+  }
+
+  // Goes on to the piece after the next comma, or to the end of the text.
+  void skip_piece() {
+    while (*p_ != 0 && !ends_piece()) {
+      step();
     }
-    if (c != *pattern) {
-      pattern = component;
-      armed = false;  // Q32: until the next comma, also when this was one
-      continue;
-    }
-    ++pattern;
-    if (c == ',' && !quoted) {
-      component = pattern;
+    if (*p_ != 0) {
+      step();
     }
   }
-  return *pattern == 0;
+
+ private:
+  const char* p_;
+  bool quoted_ = false;
+  bool escaped_ = false;
+};
+
+}  // namespace
+
+bool printable_dn_contain_attrs(const char* dn, const char* attrs) {
+  const char* component = attrs;  // the first of those not found yet
+  for (piece_scan_t scan(dn);;) {
+    const char* wanted = component;
+    for (; *wanted != 0 && *wanted == scan.here(); ++wanted) {
+      if (scan.is_comma_outside_quotes()) {
+        component = wanted + 1;
+      }
+      scan.step();
+    }
+    if (*wanted == 0 && !scan.is_quote()) {  // all found, if the piece ends here as well
+      return scan.here() == 0 || scan.is_comma_outside_quotes();
+    }
+    if (scan.here() == 0) {
+      return false;
+    }
+    scan.step();  // Q32: should this be the piece's comma, the piece after it is passed over, too
+    scan.skip_piece();
+    if (scan.here() == 0) {
+      return *component == 0;
+    }
+  }
 }
 
 bool printable_dn_C_before_CN(const char* dn) {
@@ -301,100 +186,111 @@ bool is_numeric(const asn_iter_t& content) {
                      [](unsigned char c) { return c == ' ' || (c >= '0' && c <= '9'); });
 }
 
-bool append_t61(const asn_iter_t& content, const unsigned char* input_end, std::string& out) {
-  // Q30: a prefix at the very end of the input combines with 00, not with what lies behind it.
-  static constexpr unsigned char nothing = 0;
-  const unsigned char* following = content.ptr + content.len;
-  return t61_append_utf8_(content.ptr, content.len, following == input_end ? &nothing : following,
-                          out);
-}
+// Appends the parts of a Name to a string.
+class name_printer_t {
+ public:
+  name_printer_t(const unsigned char* input_end, std::string& out, oid_map_handle_t map)
+      : input_end_(input_end), out_(out), map_(map) {}
 
-bool append_wide(const asn_iter_t& content, codepage_t source, std::string& out) {
-  const CodepageConverter converter(source, CODEPAGE_UTF8);
-  const unsigned size = converter.output_size(content.ptr, content.len);  // Q31: 0 when empty too
-  return size != 0 &&
-         converter.convert(content.ptr, content.len, grow_string_(out, size), size) != 0;
-}
-
-// The content of a string, as UTF-8.
-bool append_string(unsigned char identifier, const asn_iter_t& content,
-                   const unsigned char* input_end, std::string& out) {
-  switch (identifier) {
-    case t61_string:
-      return append_t61(content, input_end, out);
-    case universal_string:
-      return append_wide(content, CODEPAGE_UCS4BE, out);
-    case asn_tag_t::BMP_STRING:
-      return append_wide(content, CODEPAGE_UCS2BE, out);
-    case numeric_string:
-      if (!is_numeric(content)) {
+  // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
+  bool append_rdn(asn_iter_t rdn) {
+    for (;;) {
+      if (!append_attribute(&rdn)) {
         return false;
       }
-      break;
-    default:
-      break;
+      if (rdn.len == 0) {
+        return true;
+      }
+      append_string_(out_, '+');
+    }
   }
-  out.append(chars(content.ptr), content.len);  // Q29: not checked
-  return true;
-}
 
-// The value and all that may follow it in its attribute.
-bool append_value(asn_iter_t rest, const unsigned char* input_end, std::string& out) {
-  if (rest.len == 0) {
-    return false;
+ private:
+  // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
+  bool append_attribute(asn_iter_t* rdn) {
+    asn_iter_t attribute;
+    asn_iter_t type;
+    if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, rdn, &attribute) ||
+        !asn1_read_tag_i_(asn_tag_t::OID, &attribute, &type) || !append_type_name(type)) {
+      return false;
+    }
+    append_string_(out_, '=');
+    return append_value(attribute);
   }
-  const unsigned char identifier = *rest.ptr;
-  if (!is_text(identifier)) {
-    out.push_back('#');  // Q28
-    TO_HEX_STD_STRING(rest.ptr, rest.len, out, 0);
+
+  bool append_type_name(const asn_iter_t& type) {
+    const OIDdescr_t* entry =
+        map_ == nullptr ? nullptr : oid_map_find_asn(map_, type.ptr, type.len);
+    if (entry == nullptr) {
+      return oid_asn_to_str_(type.ptr, type.ptr + type.len, out_);
+    }
+    append_string_(out_, {entry->oid_sn, entry->oid_sn_size});
     return true;
   }
-  asn_iter_t content;
-  if (!asn1_read_tag_i_(asn_tag_t::Type{identifier}, &rest, &content)) {
-    return false;
-  }
-  const std::size_t begin = out.size();
-  if (!append_string(identifier, content, input_end, out)) {
-    return false;
-  }
-  escape_from(out, begin);
-  return true;
-}
 
-bool append_type(const asn_iter_t& oid, std::string& out, oid_map_handle_t map) {
-  const OIDdescr_t* entry = map == nullptr ? nullptr : oid_map_find_asn(map, oid.ptr, oid.len);
-  if (entry == nullptr) {
-    return oid_asn_to_str_(oid.ptr, oid.ptr + oid.len, out);
-  }
-  out.append(entry->oid_sn, entry->oid_sn_size);
-  return true;
-}
-
-// RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
-// AttributeTypeAndValue     ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
-bool append_rdn(asn_iter_t* name, const unsigned char* input_end, std::string& out,
-                oid_map_handle_t map) {
-  asn_iter_t rdn;
-  if (!asn1_read_tag_i_(asn_tag_t::SET, name, &rdn)) {
-    return false;
-  }
-  for (;;) {
-    asn_iter_t attribute;
-    asn_iter_t oid;
-    if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &rdn, &attribute) ||
-        !asn1_read_tag_i_(asn_tag_t::OID, &attribute, &oid) || !append_type(oid, out, map)) {
+  // The value and all that may follow it in its attribute.
+  bool append_value(asn_iter_t rest) {
+    if (rest.len == 0) {
       return false;
     }
-    out.push_back('=');
-    if (!append_value(attribute, input_end, out)) {
-      return false;
-    }
-    if (rdn.len == 0) {
+    const unsigned char identifier = *rest.ptr;
+    if (!is_text(identifier)) {
+      append_string_(out_, '#');  // Q28
+      TO_HEX_STD_STRING(rest.ptr, rest.len, out_, 0);
       return true;
     }
-    out.push_back('+');
+    asn_iter_t content;
+    if (!asn1_read_tag_i_(asn_tag_t::Type{identifier}, &rest, &content)) {
+      return false;
+    }
+    const std::size_t begin = out_.size();
+    if (!append_text(identifier, content)) {
+      return false;
+    }
+    escape_from(out_, begin);
+    return true;
   }
-}
+
+  // The content of a string, as UTF-8.
+  bool append_text(unsigned char identifier, const asn_iter_t& content) {
+    switch (identifier) {
+      case t61_string:
+        return append_t61(content);
+      case universal_string:
+        return append_wide(content, CODEPAGE_UCS4BE);
+      case asn_tag_t::BMP_STRING:
+        return append_wide(content, CODEPAGE_UCS2BE);
+      case numeric_string:
+        if (!is_numeric(content)) {
+          return false;
+        }
+        break;
+      default:
+        break;
+    }
+    append_string_(out_, {chars(content.ptr), content.len});  // Q29: not checked
+    return true;
+  }
+
+  bool append_t61(const asn_iter_t& content) {
+    // Q30: a prefix at the very end of the input combines with 00: nothing after it is looked at.
+    static constexpr unsigned char nothing = 0;
+    const unsigned char* following = content.ptr + content.len;
+    return t61_append_utf8_(content.ptr, content.len,
+                            following == input_end_ ? &nothing : following, out_);
+  }
+
+  bool append_wide(const asn_iter_t& content, codepage_t source) {
+    const CodepageConverter converter(source, CODEPAGE_UTF8);
+    const unsigned size = converter.output_size(content.ptr, content.len);
+    return size != 0 &&  // Q31: when empty, too
+           converter.convert(content.ptr, content.len, grow_string_(out_, size), size) != 0;
+  }
+
+  const unsigned char* input_end_;
+  std::string& out_;
+  oid_map_handle_t map_;
+};
 
 void reverse_from(std::string& text, std::size_t begin) {
   reverse_bytes_(text.data() + begin, text.data() + text.size());
@@ -419,12 +315,14 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& ou
   //
   // Reverse order in linear time: every RDN is turned around where it stands, then all of them.
   const bool reverse = order == DN_ORDER_REVERSE;
+  name_printer_t printer(der + len, out, map);
   bool complete = true;
   while (complete && name.len != 0) {
     const std::size_t begin = out.size();
-    complete = append_rdn(&name, der + len, out, map);
+    asn_iter_t rdn;
+    complete = asn1_read_tag_i_(asn_tag_t::SET, &name, &rdn) && printer.append_rdn(rdn);
     if (complete) {
-      out.push_back(',');
+      append_string_(out, ',');
     } else if (reverse) {
       out.resize(begin);
     }
@@ -459,9 +357,9 @@ bool asn_oid_to_printable(const unsigned char* der, unsigned len, std::string& o
   }
   out.assign(I2S_PKI_ALG_T->getString(alg, "unknown"));
   if (with_oid) {
-    out.push_back('(');
+    append_string_(out, '(');
     oid_asn_to_str_(oid.ptr, oid.ptr + oid.len, out);
-    out.push_back(')');
+    append_string_(out, ')');
   }
   return true;
 }
@@ -515,12 +413,12 @@ class unescaped_t {
 
   // Drops [from, to) from the text.
   void skip(const char* from, const char* to) {
-    scratch_.append(run_, from);
+    keep_until(from);
     run_ = to;
     skipped_ = true;
   }
   // Puts `byte` where the last skip was.
-  void insert(char byte) { scratch_.push_back(byte); }
+  void insert(char byte) { append_string_(scratch_, byte); }
 
   void finish(const char* end, dn_value_t& value) {
     if (!skipped_) {
@@ -528,12 +426,16 @@ class unescaped_t {
       value.size = static_cast<std::size_t>(end - run_);
       return;
     }
-    scratch_.append(run_, end);
+    keep_until(end);
     value.data = scratch_.data();
     value.size = scratch_.size();
   }
 
  private:
+  void keep_until(const char* end) {
+    append_string_(scratch_, {run_, static_cast<std::size_t>(end - run_)});
+  }
+
   const char* run_;
   std::string& scratch_;
   bool skipped_ = false;
@@ -603,7 +505,7 @@ bool read_hex(const char* p, const char* end, std::string& scratch, dn_value_t& 
     if (!read_hex_byte(p, end, byte)) {
       return false;
     }
-    scratch.push_back(byte);
+    append_string_(scratch, byte);
   }
   const auto* der = reinterpret_cast<const unsigned char*>(scratch.data());
   asn_iter_t input = {der, size32_(scratch)};

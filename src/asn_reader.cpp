@@ -1,8 +1,11 @@
+// Single DER elements and small INTEGERs (X.690, 8.1, 8.3).
+
 #include <cstdint>
 
 #include <pkider/asn_reader.h>
 
 #include "asn_cursor.h"
+#include "out_string.h"
 
 const unsigned char* asn1_read_tag(asn_tag_t::Type type, const unsigned char* p, unsigned n,
                                    unsigned* len) {
@@ -50,5 +53,5 @@ void asn_write_INTEGER(unsigned value, std::string& out) {
   if (count == 0) {
     octets[count++] = 0;
   }
-  out.append(octets, count);
+  append_string_(out, {octets, count});
 }

@@ -1,4 +1,4 @@
-#include <strings.h>
+// Text for logs and displays: names of codes, hexadecimal, times.
 
 #include <cstdio>
 #include <cstring>
@@ -9,6 +9,23 @@
 #include "out_string.h"
 
 // ---- Names of codes ----
+
+namespace {
+
+char lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+// ASCII, whatever the locale.
+bool equal_ignoring_case(const char* a, const char* b) {
+  while (*a != 0 && lower(*a) == lower(*b)) {
+    ++a;
+    ++b;
+  }
+  return *a == *b;
+}
+
+}  // namespace
 
 const char* IntToString::getString(unsigned wanted, const char* dflt) const {
   for (const IntToString* row = this; row->name != nullptr; ++row) {
@@ -21,7 +38,7 @@ const char* IntToString::getString(unsigned wanted, const char* dflt) const {
 
 unsigned IntToString::getInt(const char* wanted, unsigned dflt) const {
   for (const IntToString* row = this; row->name != nullptr; ++row) {
-    if (strcasecmp(row->name, wanted) == 0) {
+    if (equal_ignoring_case(row->name, wanted)) {
       return static_cast<unsigned>(row->value);
     }
   }
@@ -85,7 +102,7 @@ bool unpack(cert_time64_t t, tm& fields) {
 
 void append_time(std::string& s, const char* format, const tm& fields) {
   char text[255];
-  s.append(text, std::strftime(text, sizeof text, format, &fields));
+  append_string_(s, {text, std::strftime(text, sizeof text, format, &fields)});
 }
 
 // Where ctime's text ends: before its line feed, and not after 24 characters.
@@ -134,9 +151,11 @@ std::string& TimeToString(long t, std::string& s) {
   const time_t time = t;
   char text[64];
   if (ctime_r(&time, text) == nullptr) {
-    return s.append(bad_time);
+    append_string_(s, bad_time);
+    return s;
   }
-  return s.append(text, ctime_size(text));
+  append_string_(s, {text, ctime_size(text)});
+  return s;
 }
 
 const char* TimeToString(long t) {
@@ -152,7 +171,8 @@ const char* TimeToString(long t) {
 std::string& CertTimeToStringGMT(cert_time64_t t, std::string& s) {
   tm fields;
   if (!unpack(t, fields)) {
-    return s.append(error_time);
+    append_string_(s, error_time);
+    return s;
   }
   append_time(s, "%d.%m.%Y %H:%M:%S GMT", fields);
   return s;
@@ -192,7 +212,8 @@ cert_time64_t CertTimeFromLogStringGMT(const std::string& text) {
 std::string& CertTimeToString(cert_time64_t t, std::string& s) {
   tm fields;
   if (!unpack(t, fields)) {
-    return s.append(error_time);
+    append_string_(s, error_time);
+    return s;
   }
   const time_t time = mktime_utc_(&fields);
   if (time == -1) {

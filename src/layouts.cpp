@@ -7,7 +7,7 @@
 #include <pkider/asn_tag.h>
 #include <pkider/pkcs12_helper.h>
 
-#include "asn_printable_i.h"
+#include "dn_splitter.h"
 
 template <class T>
 extern T object;  // never defined

@@ -1,3 +1,5 @@
+// The configuration directory, and code pages.
+
 #include <cstdint>
 #include <limits>
 

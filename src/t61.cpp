@@ -1,9 +1,11 @@
+// T.61 (ITU-T T.61, Teletex) to UTF-8, and UTF-8 itself.
+
 #include <cstdint>
 
 #include <pkider/t61.h>
 
 #include "out_string.h"
-#include "t61_i.h"
+#include "t61_utf8.h"
 
 namespace {
 

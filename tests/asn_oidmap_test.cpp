@@ -1,6 +1,6 @@
 #include <pkider/asn_oidmap.h>
 
-#include "asn_oidmap_i.h"
+#include "oid_map.h"
 #include "rows.h"
 
 namespace {

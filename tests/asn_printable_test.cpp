@@ -4,7 +4,7 @@
 
 #include <pkider/asn_printable.h>
 
-#include "asn_printable_i.h"
+#include "dn_splitter.h"
 #include "rows.h"
 
 namespace {

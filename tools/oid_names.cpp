@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "asn_oidmap_i.h"
+#include "oid_map.h"
 #include "bytes.h"
 #include "input.h"
 

@@ -1,7 +1,7 @@
-// T.61 conversion from the inside.
+// T.61 to UTF-8 inside a longer input.
 
-#ifndef PKIDER_SRC_T61_I_H
-#define PKIDER_SRC_T61_I_H
+#ifndef PKIDER_SRC_T61_UTF8_H
+#define PKIDER_SRC_T61_UTF8_H
 
 #include <string>
 
