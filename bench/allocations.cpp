@@ -11,7 +11,7 @@ void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* block, std::size_t size);
 }
 
-static std::size_t count = 0;
+static thread_local std::size_t count = 0;
 
 std::size_t allocations() {
   return count;

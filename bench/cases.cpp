@@ -42,6 +42,7 @@ void check(const Cases& cases) {
 Cases checked_cases(const Samples& samples) {
   Cases cases;
   add_ours(samples, cases);
+  add_floor(samples, cases);
 #ifdef HAVE_OPENSSL
   add_openssl(samples, cases);
 #endif

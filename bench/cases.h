@@ -34,6 +34,7 @@ double allocations_per_item(const Case& one);
 
 // One list of cases for each toolkit. Those of the peers use nothing but its public interface.
 void add_ours(const Samples& samples, Cases& cases);
+void add_floor(const Samples& samples, Cases& cases);
 void add_openssl(const Samples& samples, Cases& cases);
 void add_gnutls(const Samples& samples, Cases& cases);
 void add_mbedtls(const Samples& samples, Cases& cases);
@@ -71,7 +72,7 @@ void add_one(Cases& cases, const Workload& workload, const char* who, const Inpu
   cases.push_back({workload, who, [&input, one] { return one(input); }, note});
 }
 
-// How often this process allocated memory so far.
+// How often this thread allocated memory so far.
 std::size_t allocations();
 
 #endif

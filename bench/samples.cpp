@@ -200,14 +200,6 @@ Bytes generated_name(unsigned rdns) {
 
 // ---- Containers ----
 
-// A SEQUENCE of 128 bytes in all, as a stand-in for a short certificate.
-Bytes generated_value(unsigned number) {
-  Bytes value(128, static_cast<unsigned char>(number));
-  const unsigned char header[] = {0x30, 0x7E, 0x04, 0x7C};
-  std::copy(std::begin(header), std::end(header), value.begin());
-  return value;
-}
-
 Bag generated_bag(unsigned number, const Bytes& value) {
   Bag bag{value, {}, Bytes(20, static_cast<unsigned char>(number))};
   for (const char c : "Bag " + std::to_string(100000 + number)) {
@@ -234,20 +226,18 @@ void encode(Container& container) {
   }
 }
 
-Container generated_container(unsigned bags) {
-  Container container;
-  for (unsigned i = 0; i < bags; ++i) {
-    container.bags.push_back(generated_bag(i, generated_value(i)));
-  }
-  encode(container);
-  return container;
+// A SEQUENCE of 128 bytes in all, as a stand-in for a short certificate.
+Bytes generated_value(unsigned number) {
+  Bytes value(128, static_cast<unsigned char>(number));
+  const unsigned char header[] = {0x30, 0x7E, 0x04, 0x7C};
+  std::copy(std::begin(header), std::end(header), value.begin());
+  return value;
 }
 
-Container container_of(const std::vector<Bytes>& certificates) {
+Container container_of(unsigned bags, const std::vector<Bytes>& values) {
   Container container;
-  unsigned number = 0;
-  for (const Bytes& certificate : certificates) {
-    container.bags.push_back(generated_bag(number++, certificate));
+  for (unsigned i = 0; i < bags; ++i) {
+    container.bags.push_back(generated_bag(i, values[i % values.size()]));
   }
   encode(container);
   return container;
@@ -282,11 +272,15 @@ Samples load_samples(const std::string& certificate_directory) {
   for (const Bytes& name : samples.names) {
     collect_name(name, samples, samples.plain_names);
   }
+  std::vector<Bytes> short_values;
+  for (unsigned i = 0; i < 256; ++i) {
+    short_values.push_back(generated_value(i));
+  }
   Samples unused;
   for (const unsigned size : generated_sizes) {
     collect_name(generated_name(size), unused, samples.generated_names);
-    samples.containers.push_back(generated_container(size));
+    samples.containers.push_back(container_of(size, short_values));
+    samples.certificate_containers.push_back(container_of(size, samples.certificates));
   }
-  samples.certificate_container = container_of(samples.certificates);
   return samples;
 }

@@ -46,8 +46,10 @@ struct Samples {
   // Those of them that text can carry unchanged: PrintableString, UTF8String and IA5String values.
   std::vector<Name> plain_names;
   std::vector<Name> generated_names;  // of generated_sizes RDNs
-  std::vector<Container> containers;  // of generated_sizes bags with values of 128 bytes
-  Container certificate_container;    // the certificates, one bag each
+  // Both of generated_sizes bags: with values of 128 bytes, and with the certificates, over and
+  // over.
+  std::vector<Container> containers;
+  std::vector<Container> certificate_containers;
 };
 
 constexpr unsigned generated_sizes[] = {1, 10, 100, 1000, 10000};

@@ -1,0 +1,607 @@
+// What the machine needs for the job: for every workload the least code that gives the library's
+// bytes for these inputs. One pass over the input, no checks, nothing looked up that the inputs do
+// not need. A mark to measure against, wrong for any other input and used nowhere else. As the
+// library is, each floor is called for every item rather than taken into the loop.
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+#include <pkider/asn_helper.h>
+#include <pkider/asn_oidmap.h>
+#include <pkider/asn_printable.h>
+
+#include "cases.h"
+#include "plain_crypto.h"
+#include "samples.h"
+
+namespace {
+
+constexpr const char* who = "floor";
+
+using Byte = unsigned char;
+
+unsigned size32(const Bytes& bytes) {
+  return static_cast<unsigned>(bytes.size());
+}
+
+// A result: where it lies, and its size.
+struct Range {
+  const void* begin;
+  std::size_t size;
+};
+
+void expect_same(const Range& floor, const void* ours, std::size_t size, const char* what) {
+  require(floor.size == size && std::memcmp(floor.begin, ours, size) == 0, what);
+}
+
+// Holds any result of these inputs.
+Byte output[1 << 24];
+
+// One element: its content, and where it ends.
+struct Element {
+  const Byte* begin;
+  const Byte* end;
+};
+
+Element element_at(const Byte* p) {
+  std::size_t size = p[1];
+  p += 2;
+  if (size >= 0x80) {
+    const Byte* begin = p + (size - 0x80);
+    for (size = 0; p != begin; ++p) {
+      size = size << 8 | *p;
+    }
+  }
+  return {p, p + size};
+}
+
+// The first element in the one at `p`.
+const Byte* inside(const Byte* p) {
+  return p + (p[1] < 0x80 ? 2 : p[1] - 0x80 + 2);
+}
+
+blob_t view_of(const Element& element) {
+  return {static_cast<unsigned>(element.end - element.begin), element.begin};
+}
+
+// ---- W1: constructed elements are entered, others passed over ----
+
+[[gnu::noinline]] std::size_t walk(const Bytes& der) {
+  std::size_t elements = 0;
+  const Byte* end = der.data() + der.size();
+  for (const Byte* p = der.data(); p != end; ++elements) {
+    const bool constructed = (*p & 0x20) != 0;
+    const Element element = element_at(p);
+    p = constructed ? element.begin : element.end;
+  }
+  return elements;
+}
+
+// ---- W2: every RDN has one attribute ----
+
+// The attribute types of the inputs differ in the last byte of their OIDs.
+struct Type {
+  const char* text;
+  unsigned size;
+};
+
+struct Types {
+  Type of[256] = {};
+  constexpr Types() {
+    of[3] = {"CN", 2};
+    of[5] = {"2.5.4.5", 7};
+    of[6] = {"C", 1};
+    of[7] = {"L", 1};
+    of[8] = {"ST", 2};
+    of[10] = {"O", 1};
+    of[11] = {"OU", 2};
+    of[97] = {"2.5.4.97", 8};
+    of[1] = {"E", 1};
+  }
+};
+constexpr Types types;
+
+struct Specials {
+  bool is[256] = {};
+  constexpr Specials() {
+    for (const char c : {'"', '#', '+', ',', ';', '<', '=', '>', '\\'}) {
+      is[static_cast<Byte>(c)] = true;
+    }
+  }
+};
+constexpr Specials specials;
+
+[[gnu::noinline]] Range print(const Bytes& der) {
+  Byte* out = output;
+  const Element name = element_at(der.data());
+  for (const Byte* p = name.begin; p != name.end;) {
+    const Element rdn = element_at(p);
+    const Element oid = element_at(inside(rdn.begin));
+    const Type& type = types.of[oid.end[-1]];
+    std::memcpy(out, type.text, type.size);
+    out += type.size;
+    *out++ = '=';
+    const Element value = element_at(oid.end);
+    for (p = value.begin; p != value.end; ++p) {
+      if (specials.is[*p]) {
+        *out++ = '\\';
+      }
+      *out++ = *p;
+    }
+    *out++ = ',';
+    p = rdn.end;
+  }
+  return {output, static_cast<std::size_t>(out - output) - 1};
+}
+
+// From the end of the output down, and so from each value's end.
+[[gnu::noinline]] Range print_reverse(const Bytes& der) {
+  Byte* const out_end = output + sizeof output;
+  Byte* out = out_end;
+  const Element name = element_at(der.data());
+  for (const Byte* p = name.begin; p != name.end;) {
+    const Element rdn = element_at(p);
+    const Element oid = element_at(inside(rdn.begin));
+    const Element value = element_at(oid.end);
+    *--out = ',';
+    for (p = value.end; p != value.begin;) {
+      *--out = *--p;
+      if (specials.is[*p]) {
+        *--out = '\\';
+      }
+    }
+    *--out = '=';
+    const Type& type = types.of[oid.end[-1]];
+    out -= type.size;
+    std::memcpy(out, type.text, type.size);
+    p = rdn.end;
+  }
+  return {out, static_cast<std::size_t>(out_end - out) - 1};
+}
+
+// ---- W3: no quotes, no hexadecimal digits, every header but the first two bytes long ----
+
+constexpr Byte not_printable = 1;
+constexpr Byte not_ascii = 2;
+
+struct Classes {
+  Byte of[256] = {};
+  constexpr Classes() {
+    for (unsigned c = 0; c < 256; ++c) {
+      of[c] = c < 0x80 ? not_printable : not_ascii;
+    }
+    for (const char* p =
+             "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 '()+,-./:=?";
+         *p != 0; ++p) {
+      of[static_cast<Byte>(*p)] = 0;
+    }
+  }
+};
+constexpr Classes classes;
+
+// The last byte of 2.5.4.x.
+Byte type_number(const char* name) {
+  switch (name[0]) {
+    case 'C':
+      return name[1] == 'N' ? 3 : 6;
+    case 'L':
+      return 7;
+    case 'S':
+      return 8;
+    case 'O':
+      return name[1] == 'U' ? 11 : 10;
+    default:
+      return name[7] == '=' ? 5 : 97;
+  }
+}
+
+Byte string_type(Byte found) {
+  return (found & not_ascii) != 0 ? 0x0C : found != 0 ? 0x16 : 0x13;
+}
+
+[[gnu::noinline]] Range parse(const std::string& text) {
+  constexpr Byte email[] = {0x06, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x01};
+  Byte* const content = output + 6;
+  Byte* out = content;
+  for (const char* p = text.data(); *p != 0;) {
+    Byte* const rdn = out;
+    out += 4;
+    if (*p == 'E') {
+      std::memcpy(out, email, sizeof email);
+      out += sizeof email;
+    } else {
+      const Byte oid[] = {0x06, 3, 0x55, 0x04, type_number(p)};
+      std::memcpy(out, oid, sizeof oid);
+      out += sizeof oid;
+    }
+    while (*p++ != '=') {
+    }
+    Byte* const value = out;
+    out += 2;
+    Byte found = 0;
+    for (; *p != 0 && *p != ','; ++p) {
+      if (*p == '\\') {
+        ++p;
+      }
+      const Byte c = static_cast<Byte>(*p);
+      found |= classes.of[c];
+      *out++ = c;
+    }
+    value[0] = string_type(found);
+    value[1] = static_cast<Byte>(out - value - 2);
+    rdn[0] = 0x31;
+    rdn[1] = static_cast<Byte>(out - rdn - 2);
+    rdn[2] = 0x30;
+    rdn[3] = static_cast<Byte>(out - rdn - 4);
+    if (*p == ',') {
+      ++p;
+    }
+  }
+  std::size_t size = static_cast<std::size_t>(out - content);
+  Byte* begin = content;
+  Byte length_bytes = 0x80;
+  if (size < 0x80) {
+    length_bytes = static_cast<Byte>(size);
+  } else {
+    for (; size != 0; size >>= 8, ++length_bytes) {
+      *--begin = static_cast<Byte>(size);
+    }
+  }
+  *--begin = length_bytes;
+  *--begin = 0x30;
+  return {begin, static_cast<std::size_t>(out - begin)};
+}
+
+// ---- W4 ----
+
+unsigned read_arc(const char*& p) {
+  unsigned arc = 0;
+  for (; *p >= '0'; ++p) {
+    arc = arc * 10 + static_cast<unsigned>(*p - '0');
+  }
+  return arc;
+}
+
+[[gnu::noinline]] Range oid_to_der(const std::string& text) {
+  Byte* out = output;
+  const char* p = text.data() + 2;
+  unsigned arc = static_cast<unsigned>(text[0] - '0') * 40 + read_arc(p);
+  for (;; arc = read_arc(++p)) {
+    unsigned shift = 0;
+    while (arc >> shift >= 0x80) {
+      shift += 7;
+    }
+    for (; shift != 0; shift -= 7) {
+      *out++ = static_cast<Byte>(arc >> shift | 0x80);
+    }
+    *out++ = arc & 0x7F;
+    if (*p == 0) {
+      return {output, static_cast<std::size_t>(out - output)};
+    }
+  }
+}
+
+Byte* put_number(Byte* out, unsigned value) {
+  Byte digits[10];
+  Byte* digit = digits;
+  for (; value >= 10; value /= 10) {
+    *digit++ = static_cast<Byte>('0' + value % 10);
+  }
+  *digit++ = static_cast<Byte>('0' + value);
+  while (digit != digits) {
+    *out++ = *--digit;
+  }
+  return out;
+}
+
+[[gnu::noinline]] Range oid_to_text(const Bytes& oid) {
+  const Byte* p = oid.data() + 2;
+  const Byte* end = oid.data() + oid.size();
+  Byte* out = output;
+  *out++ = static_cast<Byte>('0' + *p / 40);
+  *out++ = '.';
+  out = put_number(out, *p++ % 40);
+  while (p != end) {
+    unsigned arc = *p & 0x7F;
+    while ((*p++ & 0x80) != 0) {
+      arc = arc << 7 | (*p & 0x7F);
+    }
+    *out++ = '.';
+    out = put_number(out, arc);
+  }
+  return {output, static_cast<std::size_t>(out - output)};
+}
+
+// ---- W5: containers of certificates, each with a friendly name, then a key id ----
+
+// The sizes of OBJECT IDENTIFIER elements.
+constexpr std::size_t data_oid_size = 11;
+constexpr std::size_t cert_bag_oid_size = 13;
+constexpr std::size_t certificate_oid_size = 12;
+constexpr std::size_t attribute_oid_size = 11;
+
+// The value of the attribute at `p`.
+Element value_at(const Byte* p) {
+  return element_at(inside(inside(p) + attribute_oid_size));
+}
+
+[[gnu::noinline]] void read_container(const Bytes& der, std::list<pkcs12_bag_t>& bags) {
+  const Byte* p = inside(der.data()) + 3;  // the version
+  p = inside(inside(p) + data_oid_size);   // the outer ContentInfo, [0]
+  p = inside(inside(inside(p)));           // OCTET STRING, AuthenticatedSafe, ContentInfo
+  const Element contents = element_at(inside(inside(p + data_oid_size)));
+  for (p = contents.begin; p != contents.end;) {
+    const Element bag = element_at(p);
+    const Byte* cert_bag = inside(bag.begin + cert_bag_oid_size);
+    const Element value = element_at(inside(inside(cert_bag) + certificate_oid_size));
+    const Element friendly_name = value_at(inside(value.end));
+    const Element key_id = value_at(friendly_name.end);
+    bags.push_back({PKCS12_BAG_CERT, view_of(value), view_of(friendly_name), view_of(key_id)});
+    p = bag.end;
+  }
+}
+
+// Writes from the end down: every length is known when its header comes.
+class Writer {
+ public:
+  explicit Writer(Byte* end) : at_(end) {}
+
+  const Byte* at() const { return at_; }
+
+  void put(const void* bytes, std::size_t size) {
+    at_ -= size;
+    std::memcpy(at_, bytes, size);
+  }
+  template <std::size_t N>
+  void put(const Byte (&bytes)[N]) {
+    put(bytes, N);
+  }
+  // The header of all from here to `end`.
+  void header(Byte identifier, const Byte* end) {
+    std::size_t size = static_cast<std::size_t>(end - at_);
+    if (size < 0x80) {
+      *--at_ = static_cast<Byte>(size);
+    } else {
+      Byte length_bytes = 0x80;
+      for (; size != 0; size >>= 8, ++length_bytes) {
+        *--at_ = static_cast<Byte>(size);
+      }
+      *--at_ = length_bytes;
+    }
+    *--at_ = identifier;
+  }
+
+ private:
+  Byte* at_;
+};
+
+constexpr Byte version_3[] = {0x02, 1, 3};
+constexpr Byte data_oid[] = {0x06, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x01};
+constexpr Byte cert_bag_oid[] = {0x06, 11,   0x2A, 0x86, 0x48, 0x86, 0xF7,
+                                 0x0D, 0x01, 0x0C, 0x0A, 0x01, 0x03};
+constexpr Byte certificate_oid[] = {0x06, 10,   0x2A, 0x86, 0x48, 0x86,
+                                    0xF7, 0x0D, 0x01, 0x09, 0x16, 0x01};
+constexpr Byte friendly_name_oid[] = {0x06, 9,    0x2A, 0x86, 0x48, 0x86,
+                                      0xF7, 0x0D, 0x01, 0x09, 0x14};
+constexpr Byte key_id_oid[] = {0x06, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x15};
+// The DigestInfo, its digest empty.
+constexpr Byte no_digest[] = {0x30, 14,   0x30, 10,   0x06, 6,    0x2A, 0x85,
+                              0x03, 0x02, 0x02, 0x09, 0x05, 0x00, 0x04, 0x00};
+
+void put_attribute(Writer& writer, const Byte (&oid)[11], Byte identifier, const blob_t& value) {
+  const Byte* end = writer.at();
+  writer.put(value.data, value.size);
+  writer.header(identifier, end);
+  writer.header(0x31, end);
+  writer.put(oid);
+  writer.header(0x30, end);
+}
+
+void put_bag(Writer& writer, const pkcs12_bag_t& bag) {
+  const Byte* end = writer.at();
+  put_attribute(writer, key_id_oid, 0x04, bag.local_key_id);
+  put_attribute(writer, friendly_name_oid, 0x1E, bag.friendly_name);
+  writer.header(0x31, end);
+  const Byte* value_end = writer.at();
+  writer.put(bag.value.data, bag.value.size);
+  writer.header(0x04, value_end);
+  writer.header(0xA0, value_end);
+  writer.put(certificate_oid);
+  writer.header(0x30, value_end);
+  writer.header(0xA0, value_end);
+  writer.put(cert_bag_oid);
+  writer.header(0x30, end);
+}
+
+[[gnu::noinline]] Range write_container(const pkcs12_easy_t& model) {
+  const Byte* const end = output + sizeof output;
+  Writer writer(output + sizeof output);
+  const Byte iterations[] = {0x02, 1, static_cast<Byte>(model.mac.mac_iterations)};
+  writer.put(iterations);
+  const Byte* const salt_end = writer.at();
+  writer.put(model.mac.mac_salt.data, model.mac.mac_salt.size);
+  writer.header(0x04, salt_end);
+  writer.put(no_digest);
+  writer.header(0x30, end);
+  const Byte* const safes_end = writer.at();
+  for (auto bag = model.plain_bags.rbegin(); bag != model.plain_bags.rend(); ++bag) {
+    put_bag(writer, *bag);
+  }
+  writer.header(0x30, safes_end);
+  writer.header(0x04, safes_end);
+  writer.header(0xA0, safes_end);
+  writer.put(data_oid);
+  writer.header(0x30, safes_end);
+  writer.header(0x30, safes_end);
+  writer.header(0x04, safes_end);
+  writer.header(0xA0, safes_end);
+  writer.put(data_oid);
+  writer.header(0x30, safes_end);
+  writer.put(version_3);
+  writer.header(0x30, end);
+  return {writer.at(), static_cast<std::size_t>(end - writer.at())};
+}
+
+// ---- W6: an RSA key, its modulus with one leading zero byte ----
+
+[[gnu::noinline]] asn_rsa_pubkey_t read_rsa_key(const Bytes& der) {
+  const Element algorithm = element_at(inside(der.data()));
+  const Element modulus = element_at(inside(inside(algorithm.end) + 1));
+  return {view_of({modulus.begin + 1, modulus.end}), view_of(element_at(modulus.end))};
+}
+
+// ---- W7: a table by the last byte ----
+
+[[gnu::noinline]] const char* short_name(const Bytes& oid) {
+  return types.of[oid.back()].text;
+}
+
+// ---- The cases, each compared with the library's bytes ----
+
+void check_name(const Bytes& der, PrintableDnOrder order, const Range& floor) {
+  std::string text;
+  require(asn_dn_to_printable(der.data(), size32(der), text, order, OID_MAP_HANDLE_DEFAULT),
+          "asn_dn_to_printable");
+  expect_same(floor, text.data(), text.size(), "the floor of W2");
+}
+
+void check_name(const Bytes& der) {
+  check_name(der, DN_ORDER_DIRECT, print(der));
+  check_name(der, DN_ORDER_REVERSE, print_reverse(der));
+}
+
+void check_text(const std::string& text) {
+  std::string der;
+  require(printable_to_asn_dn(text.c_str(), der, OID_MAP_HANDLE_DEFAULT), "printable_to_asn_dn");
+  expect_same(parse(text), der.data(), der.size(), "the floor of W3");
+}
+
+bool same(const blob_t& a, const blob_t& b) {
+  return a.size == b.size && a.data == b.data;
+}
+
+void check_reading(const Container& container) {
+  PlainCrypto crypto;
+  pkcs12_easy_t ours;
+  require(asn_read_pkcs12_easy(container.der.data(), size32(container.der), &crypto, ours),
+          "asn_read_pkcs12_easy");
+  std::list<pkcs12_bag_t> floor;
+  read_container(container.der, floor);
+  const auto equal = [](const pkcs12_bag_t& a, const pkcs12_bag_t& b) {
+    return a.type == b.type && same(a.value, b.value) && same(a.friendly_name, b.friendly_name) &&
+           same(a.local_key_id, b.local_key_id);
+  };
+  require(
+      std::equal(floor.begin(), floor.end(), ours.plain_bags.begin(), ours.plain_bags.end(), equal),
+      "the floor of W5-read");
+}
+
+void check_writing(const pkcs12_easy_t& model) {
+  PlainCrypto crypto;
+  std::string der;
+  asn_write_pkcs12_easy(model, &crypto, der);
+  expect_same(write_container(model), der.data(), der.size(), "the floor of W5-write");
+}
+
+void check_key(const Bytes& der) {
+  asn_pubkey_t key;
+  asn_rsa_pubkey_t ours;
+  require(asn_read_pubkey(der.data(), static_cast<long>(der.size()), key), "asn_read_pubkey");
+  require(asn_read_rsa_pubkey(key, ours), "asn_read_rsa_pubkey");
+  const asn_rsa_pubkey_t floor = read_rsa_key(der);
+  require(same(floor.modulus, ours.modulus) && same(floor.exponent, ours.exponent),
+          "the floor of W6");
+}
+
+void check_short_name(const Bytes& oid) {
+  const OIDdescr_t* entry =
+      oid_map_find_asn(OID_MAP_HANDLE_DEFAULT, oid.data() + 2, size32(oid) - 2);
+  require(entry != nullptr && std::strcmp(entry->oid_sn, short_name(oid)) == 0, "the floor of W7");
+}
+
+void check_oid(const Bytes& oid, const std::string& text) {
+  expect_same(oid_to_der(text), oid.data() + 2, oid.size() - 2, "the floor of W4-to-der");
+  expect_same(oid_to_text(oid), text.data(), text.size(), "the floor of W4-to-text");
+}
+
+void add_names(const Samples& samples, Cases& cases) {
+  const auto direct = [](const Bytes& der) { return print(der).size; };
+  const auto reverse = [](const Bytes& der) { return print_reverse(der).size; };
+  const auto to_der = [](const Name& name) { return parse(name.text).size; };
+  const std::size_t names = samples.names.size();
+  add_each(cases, {"W2-direct", "names", names}, who, samples.names, direct);
+  add_each(cases, {"W2-reverse", "names", names}, who, samples.names, reverse);
+  add_each(cases, {"W3", "names", samples.plain_names.size()}, who, samples.plain_names, to_der);
+  for (const Name& name : samples.generated_names) {
+    const std::size_t rdns = name.attributes.size();
+    const std::string input = std::to_string(rdns);
+    add_one(cases, {"W2-direct", input, rdns}, who, name.der, direct);
+    add_one(cases, {"W2-reverse", input, rdns}, who, name.der, reverse);
+    add_one(cases, {"W3", input, rdns}, who, name, to_der);
+  }
+}
+
+void add_reading(const Container& container, Cases& cases) {
+  check_reading(container);
+  const std::size_t bags = container.bags.size();
+  const auto read = [](const Container& one) {
+    std::list<pkcs12_bag_t> list;
+    read_container(one.der, list);
+    std::size_t sum = 0;
+    for (const pkcs12_bag_t& bag : list) {
+      sum += bag.friendly_name.size + bag.local_key_id.size;
+    }
+    return sum;
+  };
+  add_one(cases, {"W5-read", std::to_string(bags), bags}, who, container, read);
+}
+
+void add_writing(const Container& container, Cases& cases) {
+  const std::size_t bags = container.bags.size();
+  const auto model = std::make_shared<pkcs12_easy_t>(model_of(container, false));
+  check_writing(*model);
+  const Workload writing = {"W5-write", std::to_string(bags), bags};
+  cases.push_back({writing, who, [model] { return write_container(*model).size; }, ""});
+}
+
+}  // namespace
+
+void add_floor(const Samples& samples, Cases& cases) {
+  for (const Bytes& name : samples.names) {
+    check_name(name);
+  }
+  for (const Name& name : samples.plain_names) {
+    check_text(name.text);
+  }
+  for (const Name& name : samples.generated_names) {
+    check_name(name.der);
+    check_text(name.text);
+  }
+  for (std::size_t i = 0; i < samples.oids.size(); ++i) {
+    check_oid(samples.oids[i], samples.oid_text[i]);
+  }
+  for (const Bytes& key : samples.rsa_keys) {
+    check_key(key);
+  }
+  for (const Bytes& type : samples.attribute_types) {
+    check_short_name(type);
+  }
+  add_each(cases, {"W1", "certificates", samples.elements}, who, samples.certificates, walk);
+  add_names(samples, cases);
+  const std::size_t oids = samples.oids.size();
+  add_each(cases, {"W4-to-der", "oids", oids}, who, samples.oid_text,
+           [](const std::string& text) { return oid_to_der(text).size; });
+  add_each(cases, {"W4-to-text", "oids", oids}, who, samples.oids,
+           [](const Bytes& oid) { return oid_to_text(oid).size; });
+  for (const Container& container : samples.containers) {
+    add_reading(container, cases);
+  }
+  for (const Container& container : samples.certificate_containers) {
+    add_writing(container, cases);
+  }
+  add_each(cases, {"W6", "keys", samples.rsa_keys.size()}, who, samples.rsa_keys,
+           [](const Bytes& der) { return read_rsa_key(der).modulus.size; });
+  add_each(cases, {"W7", "types", samples.attribute_types.size()}, who, samples.attribute_types,
+           [](const Bytes& oid) { return std::size_t{short_name(oid) != nullptr}; });
+}

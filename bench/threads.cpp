@@ -1,0 +1,71 @@
+// Prints how much more two threads do than one, for names and containers. One thread works alone,
+// then two at once, many times; the shortest time of either counts, as others may use the cores.
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <thread>
+
+#include "cases.h"
+#include "samples.h"
+
+namespace {
+
+constexpr const char* measured[] = {"W2-direct/names/ours", "W2-reverse/names/ours",
+                                    "W3/names/ours", "W5-read/100/ours", "W5-write/100/ours"};
+constexpr int rounds = 301;
+constexpr double seconds_per_round = 0.001;
+
+// Of `threads` threads that each run the case `runs` times, from the moment all are ready.
+double seconds(const Case& one, unsigned runs, unsigned threads) {
+  std::atomic<unsigned> ready = 0;
+  std::atomic<bool> begun = false;
+  std::vector<std::thread> workers;
+  for (unsigned i = 0; i < threads; ++i) {
+    workers.emplace_back([&] {
+      one.run();
+      ++ready;
+      while (!begun) {
+      }
+      for (unsigned run = 0; run < runs; ++run) {
+        require(one.run() != 0, one.workload.name);
+      }
+    });
+  }
+  while (ready != threads) {
+    std::this_thread::yield();
+  }
+  const auto begin = std::chrono::steady_clock::now();
+  begun = true;
+  for (std::thread& worker : workers) {
+    worker.join();
+  }
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+double gain(const Case& one) {
+  const double estimate = seconds(one, 10, 1) / 10;
+  const auto runs = static_cast<unsigned>(seconds_per_round / estimate) + 1;
+  double alone = 1e9;
+  double together = 1e9;
+  for (int round = 0; round < rounds; ++round) {
+    alone = std::min(alone, seconds(one, runs, 1));
+    together = std::min(together, seconds(one, runs, 2));
+  }
+  return 2 * alone / together;
+}
+
+}  // namespace
+
+int main() {
+  const Samples samples = load_samples(CERTIFICATES);
+  Cases cases;
+  add_ours(samples, cases);
+  for (const Case& one : cases) {
+    const std::string name = title(one);
+    if (std::find(std::begin(measured), std::end(measured), name) != std::end(measured)) {
+      std::printf("%s %.3f\n", name.c_str(), gain(one));
+    }
+  }
+}
