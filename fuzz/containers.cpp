@@ -1,25 +1,42 @@
 // PKCS#5, PKCS#8 and PKCS#12. Every input goes to every reader; what is read is written and read
 // again. The salt steers the toy cryptography, so that the fuzzer itself can write inner layers,
-// have them refused, or have their plaintext break off.
+// have them refused, or have their plaintext break off. The input is a model in pieces, too.
 
 #include <vector>
 
 #include "../bench/plain_crypto.h"
 #include "laws.h"
+#include "model.h"
 
 namespace {
 
+blob_t view(const std::string& bytes) {
+  return {static_cast<unsigned>(bytes.size()),
+          reinterpret_cast<const unsigned char*>(bytes.data())};
+}
+
 struct toy_crypto_t : PlainCrypto {
+  std::string covered;   // what the MAC is computed over
+  bool refused = false;  // the last MAC
+
   bool verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, unsigned size) override {
-    law(bytes_of(blob_t{size, data}).size() == size);  // all of them can be read
-    return mac.mac_salt.size == 0 || mac.mac_salt.data[0] != 0xFF;
+    covered.assign(data, data + size);
+    refused = mac.mac_salt.size != 0 && mac.mac_salt.data[0] == 0xFF;
+    return !refused;
   }
   bool decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
                std::string& plaintext) override {
     plaintext.assign(data, data + (pbe.salt.size == 2 ? size / 2 : size));
     return pbe.salt.size == 0 || pbe.salt.data[0] != 0xFF;
   }
-} toy_crypto;
+  bool encrypt(const unsigned char* data, unsigned size, pkcs5_pbe_gost_t& pbe,
+               std::string& ciphertext) override {
+    ciphertext.assign(data, data + size);
+    pbe = {view(salt), 0x1234, view(iv)};
+    return true;
+  }
+  std::string salt = "salt and", iv = "vector";
+};
 
 // The views that survive writing and reading.
 struct views_t {
@@ -49,11 +66,15 @@ bool read_pbe(const unsigned char* p, unsigned n, pkcs5_pbe_gost_t& out) {
 }
 
 bool read_model(const unsigned char* p, unsigned n, pkcs12_easy_t& out) {
-  return asn_read_pkcs12_easy(p, n, &toy_crypto, out);
+  toy_crypto_t crypto;
+  const bool read = asn_read_pkcs12_easy(p, n, &crypto, out);
+  law(!read || !crypto.refused);
+  return read;
 }
 
 void write_model(const pkcs12_easy_t& model, std::string& out) {
-  asn_write_pkcs12_easy(model, &toy_crypto, out);
+  toy_crypto_t crypto;
+  asn_write_pkcs12_easy(model, &crypto, out);
 }
 
 // Whether a view shows bytes of the input or of a plaintext that the record keeps.
@@ -88,11 +109,115 @@ void check(const exact_t& input, Read read, Write write) {
   }
 }
 
+// ---- Containers made by an encoder of ours ----
+
+const std::string id_data = from_hex("06(2A864886F70D010701)"),
+                  id_encrypted_data = from_hex("06(2A864886F70D010706)"),
+                  id_key_bag = from_hex("06(2A864886F70D010C0A0101)"),
+                  id_cert_bag = from_hex("06(2A864886F70D010C0A0103)"),
+                  id_x509 = from_hex("06(2A864886F70D01091601)"),
+                  id_name = from_hex("06(2A864886F70D010914)"),
+                  id_local_key = from_hex("06(2A864886F70D010915)"),
+                  id_pbes2 = from_hex("06(2A864886F70D01050D)"),
+                  id_pbkdf2 = from_hex("06(2A864886F70D01050C)"),
+                  hmac = from_hex("30(06(2A850302020A) 0500)"),
+                  digest_algorithm = from_hex("30(06(2A8503020209) 0500)"),
+                  id_cipher = from_hex("06(2A8503020215)"),
+                  id_cipher_params = from_hex("06(2A850302021F01)");
+
+std::string encode_pbe(const pkcs5_pbe_gost_t& pbe, const std::string& count) {
+  const std::string params = der(0x30, der(4, bytes_of(pbe.salt)) + der(2, count) + hmac);
+  const std::string cipher = der(0x30, der(4, bytes_of(pbe.iv)) + id_cipher_params);
+  const std::string schemes = der(0x30, id_pbkdf2 + params) + der(0x30, id_cipher + cipher);
+  return der(0x30, id_pbes2 + der(0x30, schemes));
+}
+
+std::string encode_bag(const pkcs12_bag_t& bag) {
+  std::string value = bytes_of(bag.value), attributes;
+  const bool key = bag.type == PKCS12_BAG_KEY;
+  if (!key) {
+    value = der(0x30, id_x509 + der(0xA0, der(4, value)));
+  }
+  if (bag.friendly_name.size != 0) {
+    attributes += der(0x30, id_name + der(0x31, der(0x1E, bytes_of(bag.friendly_name))));
+  }
+  if (bag.local_key_id.size != 0) {
+    attributes += der(0x30, id_local_key + der(0x31, der(4, bytes_of(bag.local_key_id))));
+  }
+  return der(0x30, (key ? id_key_bag : id_cert_bag) + der(0xA0, value) +
+                       (attributes.empty() ? "" : der(0x31, attributes)));
+}
+
+std::string encode_safe(const std::list<pkcs12_bag_t>& bags) {
+  std::string all;
+  for (const pkcs12_bag_t& bag : bags) {
+    all += encode_bag(bag);
+  }
+  return der(4, der(0x30, all));
+}
+
+std::string encode_info(const std::string& type, const std::string& content) {
+  return der(0x30, type + der(0xA0, content));
+}
+
+// The AuthenticatedSafe in its OCTET STRING, and the container around it.
+std::string encode_safes(const pkcs12_easy_t& model, const toy_crypto_t& crypto) {
+  std::string safes;
+  if (!model.plain_bags.empty()) {
+    safes += encode_info(id_data, encode_safe(model.plain_bags));
+  }
+  if (!model.encrypted_bags.empty()) {
+    const std::string pbe = encode_pbe({view(crypto.salt), 0, view(crypto.iv)}, "\x12\x34");
+    const std::string data = id_data + pbe + der(0x80, encode_safe(model.encrypted_bags));
+    safes +=
+        encode_info(id_encrypted_data, der(0x30, der(2, std::string(1, '\0')) + der(0x30, data)));
+  }
+  return der(4, der(0x30, safes));
+}
+
+std::string encode_model(const pkcs12_easy_t& model, const std::string& octets) {
+  const std::string digest = der(0x30, digest_algorithm + der(4, bytes_of(model.mac.digest)));
+  const std::string count(1, static_cast<char>(model.mac.mac_iterations));
+  const std::string mac = der(0x30, digest + der(4, bytes_of(model.mac.mac_salt)) + der(2, count));
+  return der(0x30, der(2, "\3") + encode_info(id_data, octets) + mac);
+}
+
+// The writer writes what the encoder does; the reader finds it all again, unless the MAC is
+// refused.
+void check_known(model::pieces_t pieces) {
+  std::list<std::string> held;
+  const auto take = [&] { return view(held.emplace_back(pieces.piece())); };
+  pkcs12_easy_t model, again;
+  model.mac.digest = take();
+  model.mac.mac_salt = take();
+  model.mac.mac_iterations = pieces.number() % 128;
+  while (pieces.more()) {
+    const unsigned kind = pieces.number();
+    auto& bags = kind % 4 < 2 ? model.plain_bags : model.encrypted_bags;
+    bags.push_back({kind % 2, take(), take(), take()});
+  }
+  toy_crypto_t crypto;
+  const std::string octets = encode_safes(model, crypto);
+  std::string written;
+  asn_write_pkcs12_easy(model, &crypto, written);
+  law(written == encode_model(model, octets));
+  const exact_t input(written);
+  const bool read = asn_read_pkcs12_easy(input.data(), input.size(), &crypto, again);
+  law(read == !crypto.refused && crypto.covered == octets);
+  if (read) {
+    const std::vector<blob_t> found = views(again), put = views(model);
+    law(std::equal(found.begin(), found.end(), put.begin(), put.end(),
+                   [](auto& a, auto& b) { return bytes_of(a) == bytes_of(b); }));
+    law(again.mac.mac_iterations == model.mac.mac_iterations);
+  }
+}
+
 }  // namespace
 
 int harness_containers(const std::uint8_t* data, std::size_t size) {
   const exact_t input(text_of(data, size));
   check<pkcs12_easy_t>(input, read_model, write_model);
+  check_known(model::pieces_t(text_of(data, size)));
   check<pkcs5_pbe_gost_t>(input, read_pbe, asn_write_pkcs5_pbe_gost);
   check<pkcs8_pki_gost_t>(input, asn_read_pkcs8_pki_gost, asn_write_pkcs8_pki_gost);
   check<pkcs8_encrypted_pki_gost_t>(input, asn_read_pkcs8_encrypted_pki_gost,

@@ -3,19 +3,47 @@
 #include <pkider/asn_tag.h>
 
 #include "laws.h"
+#include "model.h"
 
 namespace {
 
-// What a builder makes of the same content is not longer and reads back as the same element.
-void check_builder(asn_tag_t::Type type, const unsigned char* content, unsigned length,
-                   unsigned header) {
-  asn_tag_t_<24> built(static_cast<unsigned char>(type), content, length / 2);
-  built.append_bytes(content + length / 2, length - length / 2);
-  unsigned again = 0;
-  const unsigned char* const read =
-      asn1_read_tag(type, built.encoded(), built.encoded_size(), &again);
-  law(read != nullptr && again == length && std::equal(read, read + again, content));
-  law(built.encoded_size() <= header + length);
+// Built in two halves, and as a child. What an encoder of ours makes of it is found whole, and
+// refused without its last byte and under another tag.
+void check_builder(unsigned char tag, const std::string& content) {
+  const std::string encoded = der(tag, content);
+  const auto half = static_cast<unsigned>(content.size() / 2);
+  asn_tag_t_<24> built(tag, content.data(), half);
+  built.append_bytes(content.data() + half, static_cast<unsigned>(content.size()) - half);
+  asn_tag_t_<0> parent(0x30);
+  parent.append_element(tag, content.data(), static_cast<unsigned>(content.size()));
+  parent.append_tag(built);
+  law(bytes_of(blob_t{built.encoded_size(), built.encoded()}) == encoded);
+  law(bytes_of(blob_t{parent.encoded_size(), parent.encoded()}) == der(0x30, encoded + encoded));
+
+  const exact_t element(encoded);
+  unsigned length = 0;
+  const auto type = asn_tag_t::Type{tag};
+  const unsigned char* const read = asn1_read_tag(type, element.data(), element.size(), &length);
+  law(read != nullptr && bytes_of(blob_t{length, read}) == content);
+  law(asn1_read_tag(type, element.data(), element.size() - 1, &length) == nullptr);
+  law(asn1_read_tag(asn_tag_t::Type{tag ^ 1U}, element.data(), element.size(), &length) ==
+          nullptr ||
+      tag == 1);
+}
+
+// Below, on and above the limit that the number needs.
+void check_INTEGER(const std::string& octets, unsigned limit) {
+  unsigned needed = 0;
+  for (const char c : octets.substr(0, octets.size() - 1)) {
+    needed = needed << 8 | static_cast<unsigned char>(c);
+  }
+  for (const unsigned tried : {limit, needed, needed - 1, needed + 1}) {
+    unsigned value = 0x5AA55AA5;
+    const auto expected = model::read_INTEGER(octets, tried);
+    law(asn_read_INTEGER(octets.data(), static_cast<unsigned>(octets.size()), value, tried) ==
+        expected.has_value());
+    law(value == expected.value_or(0x5AA55AA5));
+  }
 }
 
 void walk(asn_iter_t level, unsigned depth, unsigned limit) {
@@ -28,9 +56,11 @@ void walk(asn_iter_t level, unsigned depth, unsigned limit) {
       law(length > ~0U - header);
       return;
     }
-    check_builder(asn_tag_t::Type{*level.ptr}, content, length, header);
-    unsigned value = 0x5AA55AA5;
-    law(asn_read_INTEGER(content, length, value, limit) || value == 0x5AA55AA5);
+    const std::string octets = bytes_of(blob_t{length, content});
+    check_builder(*level.ptr, octets);
+    if (length != 0) {
+      check_INTEGER(octets, limit);
+    }
     if (depth != 0) {
       walk({content, length}, depth - 1, limit);
     }

@@ -1,8 +1,10 @@
-// Public keys, signature values and algorithms, DigestInfo: views lie inside the input.
+// Public keys, signature values and algorithms, DigestInfo: views lie inside the input, and show
+// what an encoder of ours put there.
 
 #include <pkider/asn_helper.h>
 
 #include "laws.h"
+#include "model.h"
 
 namespace {
 
@@ -35,14 +37,57 @@ void check_signature(const exact_t& input) {
   }
 }
 
-// The OID of a digest's code comes back from the DigestInfo around the input.
-void check_digest(std::string digest, pki_alg_t alg) {
+// The DigestInfo around the input has the OID of the digest's code in it.
+void check_digest(const std::string& raw, pki_alg_t alg) {
+  std::string digest = raw;
   asn_algorid_t read;
   asn_read_alg_from_digest(&read, digest);
   asn_add_alg_to_digest(digest, alg);
   law(asn_read_alg_from_digest(&read, digest));
+  const std::string oid = bytes_of(read.oid);
+  law(digest == der(0x30, der(0x30, der(6, oid) + der(5, "")) + der(4, raw)));
   law(PKI_OID_TO_HASH_ALG(read.oid.data, read.oid.size) ==
       (PKI_HASH_ALG_TO_OID(alg)->size == 0 ? 0 : alg));
+}
+
+std::string without_zeros(const std::string& number) {
+  return number.empty()
+             ? number
+             : number.substr(std::min(number.find_first_not_of('\0'), number.size() - 1));
+}
+
+// A key of either kind, with everything that has a place in it.
+void check_known(model::pieces_t pieces) {
+  const std::string alg = pieces.piece(), first = pieces.piece(), second = pieces.piece(),
+                    set = der(6, pieces.piece()), digest_set = der(6, pieces.piece()),
+                    cipher_set = pieces.number() % 2 != 0 ? der(6, pieces.piece()) : "",
+                    tail = pieces.piece();
+  const std::string numbers = der(0x30, der(2, first) + der(2, second)), octets = der(4, first);
+  const std::string params = der(0x30, set + digest_set + cipher_set);
+  for (const std::string& key : {numbers, octets}) {
+    const exact_t spki(der(0x30, der(0x30, der(6, alg) + params) + der(3, '\0' + key)) + tail);
+    asn_pubkey_t pk;
+    law(asn_read_pubkey(spki.data(), static_cast<long>(spki.size()), pk));
+    law(bytes_of(pk.alg) == alg && bytes_of(pk.params) == params && bytes_of(pk.key) == key);
+    asn_rsa_pubkey_t rsa;
+    law(asn_read_rsa_pubkey(pk, rsa) == (key == numbers));
+    law(key != numbers ||
+        (bytes_of(rsa.modulus) == without_zeros(first) && bytes_of(rsa.exponent) == second));
+    asn_gost_pubkey_t gost;
+    law(asn_read_gost_pubkey(pk, gost) == (key == octets));
+    law(bytes_of(gost.public_key_param_set) == set &&
+        bytes_of(gost.key) == (key == octets ? first : ""));
+    law(bytes_of(gost.digest_param_set) == digest_set &&
+        bytes_of(gost.encryption_param_set) == cipher_set);
+  }
+  asn_dsa_certsign_t dsa;
+  const exact_t signature(numbers + tail);
+  law(asn_read_dsa_certsign(signature.data(), signature.size(), dsa));
+  law(bytes_of(dsa.r) == first && bytes_of(dsa.s) == second);
+  asn_ike_signalg_t signalg;
+  const exact_t algorithm(der(0x30, der(6, alg) + params) + tail);
+  law(asn_read_ike_signalg(algorithm.data(), algorithm.size(), signalg));
+  law(bytes_of(signalg.oid) == alg && bytes_of(signalg.params) == params + tail);
 }
 
 }  // namespace
@@ -51,6 +96,7 @@ int harness_keys(const std::uint8_t* data, std::size_t size) {
   const exact_t input(text_of(data, size));
   check_pubkey(input);
   check_signature(input);
+  check_known(model::pieces_t(text_of(data, size)));
   check_digest(std::string(text_of(data, size)), static_cast<pki_alg_t>(size % 12) << 16);
   return 0;
 }

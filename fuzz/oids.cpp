@@ -1,55 +1,64 @@
 // OIDs and map text. Every input is tried as DER content octets, as dotted text and as a map.
 
-#include <sstream>
-
 #include <pkider/asn_oidmap.h>
 
 #include "laws.h"
+#include "model.h"
 
 namespace {
 
-std::string encode(const std::string& text) {
-  unsigned char der[512];
-  const unsigned size = oid_str_to_asn_(text.data(), text.data() + text.size(), der);
-  law(size <= 506);
-  return std::string(der, der + size);
+// As text, and the OID of these octets as text.
+void check_codec(const exact_t& input) {
+  unsigned char out[512];
+  const unsigned size = oid_str_to_asn_(input.text(), input.text() + input.size(), out);
+  law(std::string(out, out + size) == model::encode_oid(input.bytes()));
+  std::string text = "~";
+  bool whole = false;
+  const std::string expected = model::print_oid(input.bytes(), whole);
+  law(oid_asn_to_str_(input.data(), input.data() + input.size(), text) == whole);
+  law(text == '~' + expected);
 }
 
-// Text that encodes is printed from its DER as text that encodes to the same, unless the printer
-// gives it a first arc above 2.
-void check_text(const std::string& text) {
-  const exact_t der(encode(text));
-  std::string printed;
-  law(der.size() == 0 || (oid_asn_to_str_(der.data(), der.data() + der.size(), printed) &&
-                          (std::stoul(printed) > 2 || encode(printed) == der.bytes())));
-}
-
-void check_entry(oid_map_handle_t map, const OIDdescr_t* entry) {
-  if (entry == nullptr) {
-    return;
+// What is found is the first entry of which the key is equal.
+void check_found(const OIDdescr_t* found, const std::list<model::entry_t>& entries,
+                 std::string model::entry_t::*key, const std::string& wanted) {
+  const auto first = std::find_if(entries.begin(), entries.end(), [&](const model::entry_t& entry) {
+    return entry.*key == wanted;
+  });
+  law((found == nullptr) == (first == entries.end()));
+  if (found != nullptr) {
+    law(std::string(found->oid_asn, found->oid_asn + found->oid_asn_size) == first->oid);
+    // The strings with the zero bytes at their ends.
+    law(std::string(found->oid_str, found->oid_str_size + 1) == first->dotted + '\0' &&
+        std::string(found->oid_sn, found->oid_sn_size + 1) == first->short_name + '\0' &&
+        std::string(found->oid_ln, found->oid_ln_size + 1) == first->long_name + '\0');
   }
-  const std::string der(entry->oid_asn, entry->oid_asn + entry->oid_asn_size);
-  const std::string names(entry->oid_sn, entry->oid_sn_size);
-  law(!der.empty() && der == encode(std::string(entry->oid_str, entry->oid_str_size)));
-  law(entry->oid_str[entry->oid_str_size] == 0 && entry->oid_sn[entry->oid_sn_size] == 0 &&
-      entry->oid_ln[entry->oid_ln_size] == 0);
-  law(std::none_of(names.begin(), names.end(), [](char c) { return c >= 'a' && c <= 'z'; }));
-  law(oid_map_find_asn(map, entry->oid_asn, entry->oid_asn_size) != nullptr &&
-      oid_map_find_str(map, entry->oid_str, entry->oid_str_size) != nullptr &&
-      oid_map_find_sn(map, entry->oid_sn, entry->oid_sn_size) != nullptr);
 }
 
-// Looks every word of the map's own text up.
+void check_lookups(oid_map_handle_t map, const std::list<model::entry_t>& entries,
+                   const std::string& key) {
+  using entry_t = model::entry_t;
+  const exact_t input(key);
+  check_found(oid_map_find_asn(map, input.data(), input.size()), entries, &entry_t::oid, key);
+  check_found(oid_map_find_str(map, input.text(), input.size()), entries, &entry_t::dotted, key);
+  if (key.find('\0') == key.npos) {  // nothing is compared after a zero byte
+    check_found(oid_map_find_sn(map, input.text(), input.size()), entries, &entry_t::short_name,
+                model::upper(key));
+  }
+}
+
+// Looks up every key that is there, each a little changed, and every word of the text.
 void check_map(const exact_t& input) {
   const oid_map_handle_t map = oid_map_parse(input.text(), input.size());
-  std::string text = input.bytes();
-  std::replace(text.begin(), text.end(), '=', ' ');
-  std::replace(text.begin(), text.end(), ',', ' ');
-  std::istringstream words(text);
-  for (std::string word; words >> word;) {
-    const exact_t key(word);
-    check_entry(map, oid_map_find_str(map, key.text(), key.size()));
-    check_entry(map, oid_map_find_sn(map, key.text(), key.size()));
+  const std::list<model::entry_t> entries = model::parse_map(input.bytes());
+  for (const model::entry_t& entry : entries) {
+    for (const std::string& key : {entry.oid, entry.dotted, entry.short_name}) {
+      check_lookups(map, entries, key);
+      check_lookups(map, entries, key.substr(0, key.size() / 2) + 'q');
+    }
+  }
+  for (std::string text = input.bytes(); !text.empty(); model::take(text, " \r\n=,", true)) {
+    check_lookups(map, entries, model::take(text, " \r\n=,", false));
   }
   oid_map_release(map);
 }
@@ -58,11 +67,7 @@ void check_map(const exact_t& input) {
 
 int harness_oids(const std::uint8_t* data, std::size_t size) {
   const exact_t input(text_of(data, size));
-  std::string text = "~";
-  const bool printed = oid_asn_to_str_(input.data(), input.data() + input.size(), text);
-  law(text[0] == '~' && (printed || text.size() == 1 || text.back() == '.'));
-  check_text(text.substr(1));
-  check_text(std::string(text_of(data, size)));
+  check_codec(input);
   check_map(input);
   return 0;
 }

@@ -1,9 +1,10 @@
 // Printable names: queries, reversal, encoding, the normal form. Up to its first zero byte the
-// input is a name; what follows is looked for in it.
+// input is a name; what follows is looked for in it. It is pieces of a name, too.
 
 #include <pkider/asn_printable.h>
 
 #include "laws.h"
+#include "model.h"
 
 namespace {
 
@@ -46,6 +47,55 @@ void check_queries(const char* text, const char* other) {
   }
 }
 
+// A value as text, in one of the notations that it can have.
+std::string spell(const std::string& value, unsigned notation) {
+  const bool plain = value.find('\0') == value.npos;
+  std::string text;
+  if (plain && notation % 3 == 0) {
+    return model::escape(value);
+  }
+  if (plain && notation % 3 == 1 && value.find('\\') == value.npos) {
+    for (const char c : value) {
+      text.append(c == '"' ? "\\" : "").push_back(c);
+    }
+    return '"' + text + '"';
+  }
+  for (const char c : value) {
+    text += '\\' + to_hex(&c, 1);
+  }
+  return text;
+}
+
+// Text made of pieces leads to the name that an encoder of ours makes of them.
+void check_known(model::pieces_t pieces) {
+  std::list<model::attribute_t> attributes;
+  std::list<std::string> texts;
+  std::string first_cn;
+  bool c_seen = false, c_first = true;
+  while (pieces.more()) {
+    model::attribute_t a = model::take_type(pieces);
+    const unsigned notation = pieces.number();
+    a.octets = pieces.piece();
+    a.tag = model::string_tag(a.octets);
+    attributes.push_back(a);
+    texts.push_back(spell(a.octets, notation));
+    const std::string name = a.name;
+    if (name == "CN" && first_cn.empty()) {
+      first_cn = '~' + texts.back();
+    }
+    c_first = c_first && (name != "C" || c_seen || first_cn.empty());
+    c_seen = c_seen || name == "C";
+  }
+  std::string text = model::join_names(attributes, texts, false), encoded, value = "~";
+  law(printable_to_asn_dn(text.c_str(), encoded, OID_MAP_HANDLE_DEFAULT));
+  law(encoded == model::encode_name(attributes));
+  law(printable_dn_get_attr(text.c_str(), "CN", value, DN_GET_ATTR_VALUE) == !first_cn.empty());
+  law(first_cn.empty() || value == first_cn);
+  law(printable_dn_C_before_CN(text.c_str()) == c_first);
+  law(printable_dn_reverse(text.data()) == text.data());
+  law(text == model::join_names(attributes, texts, true));
+}
+
 }  // namespace
 
 int harness_text_to_name(const std::uint8_t* data, std::size_t size) {
@@ -56,5 +106,6 @@ int harness_text_to_name(const std::uint8_t* data, std::size_t size) {
   check_queries(dn.text(), other.text());
   check_encoding(dn.text(), OID_MAP_HANDLE_DEFAULT);
   check_encoding(dn.text(), nullptr);
+  check_known(model::pieces_t(text_of(data, size)));
   return 0;
 }
