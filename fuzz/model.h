@@ -29,9 +29,9 @@ class pieces_t {
     return first;
   }
   std::string piece() {
-    const std::size_t size = std::min<std::size_t>(number(), rest_.size());
+    const unsigned size = number();
     const std::string taken(rest_.substr(0, size));
-    rest_.remove_prefix(size);
+    rest_.remove_prefix(taken.size());
     return taken;
   }
 
