@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <pkider/pkcs12_helper.h>
+
 using Bytes = std::vector<unsigned char>;
 
 // OIDs stand here as whole elements: the identifier, one byte of length, then the content octets.
@@ -53,6 +55,9 @@ struct Samples {
 };
 
 constexpr unsigned generated_sizes[] = {1, 10, 100, 1000, 10000};
+
+// The model of a container's bags. Its views point into `container` and constants.
+pkcs12_easy_t model_of(const Container& container, bool encrypted);
 
 Samples load_samples(const std::string& certificate_directory);
 

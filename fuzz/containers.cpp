@@ -4,9 +4,9 @@
 
 #include <vector>
 
-#include "../bench/plain_crypto.h"
 #include "laws.h"
 #include "model.h"
+#include "plain_crypto.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 build_packages="cmake ninja-build g++ pkg-config libcli11-dev libgpg-error-dev libgcrypt20-dev
   libbsd-dev python3"
 test_packages="g++-multilib googletest ca-certificates openssl gnutls-bin libengine-gost-openssl
-  abigail-tools bash-completion doxygen lintian make man-db"
+  abigail-tools bash-completion doxygen lintian make man-db valgrind"
 
 # Installs those of the named packages that are missing, quietly.
 install_packages() {

@@ -2,10 +2,6 @@
 // turn: nothing but std::bad_alloc comes out, nothing leaks, output is kept as promised, and no
 // block given back holds key material.
 
-#include <malloc.h>
-#include <string.h>
-
-#include <cstdlib>
 #include <new>
 
 #include <pkider/asn_helper.h>
@@ -13,56 +9,9 @@
 #include <pkider/asn_tag.h>
 #include <pkider/t61.h>
 
-#include "../../bench/plain_crypto.h"
+#include "memory_watch.h"
+#include "plain_crypto.h"
 #include "rows.h"
-
-namespace {
-
-const char secret[] = "\x5E\xC2Rk3y\xA9#0815";  // fits a std::string without a block
-
-struct {
-  bool armed = false;
-  unsigned long failing = 0;  // which allocation fails
-  unsigned long allocations = 0;
-  unsigned unwiped = 0;  // blocks given back with the secret in them
-  long live = 0;
-} watch;
-
-void* try_to_allocate(std::size_t size) {
-  const bool fails = watch.armed && watch.allocations++ == watch.failing;
-  void* const block = fails ? nullptr : std::malloc(size);
-  watch.live += block != nullptr ? 1 : 0;
-  return block;
-}
-
-void* allocate(std::size_t size) {
-  if (void* const block = try_to_allocate(size)) {
-    return block;
-  }
-  throw std::bad_alloc();
-}
-
-void release(void* block) {
-  if (block != nullptr) {
-    const std::size_t size = malloc_usable_size(block);
-    watch.unwiped += watch.armed && memmem(block, size, secret, sizeof(secret) - 1) != nullptr;
-    --watch.live;
-    explicit_bzero(block, size);  // so that no later block shows what this one held
-    std::free(block);
-  }
-}
-
-}  // namespace
-
-// clang-format off
-void* operator new(std::size_t size) { return allocate(size); }
-void* operator new[](std::size_t size) { return allocate(size); }
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return try_to_allocate(size); }
-void operator delete(void* block) noexcept { release(block); }
-void operator delete[](void* block) noexcept { release(block); }
-void operator delete(void* block, std::size_t) noexcept { release(block); }
-void operator delete[](void* block, std::size_t) noexcept { release(block); }
-// clang-format on
 
 namespace {
 
@@ -74,7 +23,7 @@ template <class Action>
 unsigned run_failing(const Action& action) {
   unsigned unwiped = 0;
   for (unsigned long n = 0; n == 0 || watch.allocations >= n; ++n) {
-    watch = {true, n, 0, 0, watch.live};
+    watch = {true, n, 0, 0, 0, watch.live};
     try {
       action();
     } catch (const std::bad_alloc&) {

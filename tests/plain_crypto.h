@@ -1,11 +1,10 @@
-// The cryptography that a container needs, without any: what is measured is the structure.
+// The cryptography that a container needs, without any: what is tested or measured is the
+// structure.
 
-#ifndef PKIDER_BENCH_PLAIN_CRYPTO_H
-#define PKIDER_BENCH_PLAIN_CRYPTO_H
+#ifndef PKIDER_TESTS_PLAIN_CRYPTO_H
+#define PKIDER_TESTS_PLAIN_CRYPTO_H
 
 #include <pkider/pkcs12_helper.h>
-
-struct Container;
 
 // Accepts every MAC, leaves the model's own on writing, and "encrypts" by copying.
 class PlainCrypto : public pbe_crypto_t {
@@ -29,8 +28,5 @@ class PlainCrypto : public pbe_crypto_t {
  private:
   static constexpr unsigned char constant_[8] = {1, 2, 3, 4, 5, 6, 7, 8};
 };
-
-// The model of a container's bags. Its views point into `container` and constants.
-pkcs12_easy_t model_of(const Container& container, bool encrypted);
 
 #endif

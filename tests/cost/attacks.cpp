@@ -1,14 +1,4 @@
-// What inputs built to be slow cost. As a test: eight times the input takes less than sixteen times
-// the time. With --table: nanoseconds per byte of 1 MiB of each attack, beside ordinary input; and
-// where that is more than twice as much, because the attack's elements are smaller, nanoseconds per
-// element, which may then be no more than twice those of an ordinary one.
-
-#include <malloc.h>
-
-#include <cstdio>
-#include <ctime>
-#include <limits>
-#include <vector>
+#include "attacks.h"
 
 #include <pkider/asn_helper.h>
 #include <pkider/asn_printable.h>
@@ -17,40 +7,6 @@
 
 #include "plain_crypto.h"
 #include "test_util.h"
-
-namespace {
-
-using text_t = const std::string&;
-
-const unsigned char* data_of(text_t s) {
-  return reinterpret_cast<const unsigned char*>(s.data());
-}
-unsigned size_of(text_t s) {
-  return static_cast<unsigned>(s.size());
-}
-
-// An input of any size: what `wrap` makes of many units. "%u" in a unit is another number of up to
-// six digits in each.
-struct attack_t {
-  const char* name;
-  std::string unit;
-  std::string (*wrap)(text_t units);
-};
-
-constexpr std::size_t mebibyte = 1U << 20;
-
-struct operation_t {
-  const char* name;
-  void (*run)(text_t in);
-  std::string ordinary;
-  std::vector<attack_t> attacks;
-  unsigned elements = 1;  // attributes, lines or bags of the ordinary input
-};
-
-struct hostile_t {
-  std::string text;
-  unsigned units = 0;
-};
 
 hostile_t build(const attack_t& attack, std::size_t size) {
   std::string units;
@@ -65,6 +21,15 @@ hostile_t build(const attack_t& attack, std::size_t size) {
     }
   }
   return {attack.wrap(units), count};
+}
+
+namespace {
+
+const unsigned char* data_of(text_t s) {
+  return reinterpret_cast<const unsigned char*>(s.data());
+}
+unsigned size_of(text_t s) {
+  return static_cast<unsigned>(s.size());
 }
 
 std::string bare(text_t units) {
@@ -215,7 +180,9 @@ const std::vector<attack_t> containers = {
     {"ContentInfos", data_info(""), infos},
 };
 
-const operation_t operations[] = {
+}  // namespace
+
+const std::vector<operation_t> operations = {
     {"asn_dn_to_printable",
      print<DN_ORDER_DIRECT>,
      usual_name,
@@ -248,7 +215,8 @@ const operation_t operations[] = {
       {"short lines", "1.2=\n", bare},
       {"junk", "1.2\n", bare},
       {"a long OID", "1.", bare}},
-     2},
+     2,
+     true},
     {"oid_asn_to_str_",
      oid_to_text,
      from_hex("2A864886F70D01010B"),
@@ -265,70 +233,3 @@ const operation_t operations[] = {
     {"asn_add_alg_to_digest", wrap_digest, std::string(32, 'd'), {{"a long digest", "d", bare}}},
     {"CertTimeFromLogStringGMT", read_time, "2024.03.05 07:08:09 GMT", {{"digits", "0", bare}}},
 };
-
-// The least processor time of several runs, in nanoseconds per byte.
-double cost(const operation_t& operation, text_t in, int times) {
-  const std::size_t runs = 1 + (1U << 16) / in.size();
-  std::clock_t least = std::numeric_limits<std::clock_t>::max();
-  for (int i = 0; i < times; ++i) {
-    const std::clock_t start = std::clock();
-    for (std::size_t run = 0; run < runs; ++run) {
-      operation.run(in);
-    }
-    least = std::min(least, std::clock() - start);
-  }
-  return static_cast<double>(least) * (1e9 / CLOCKS_PER_SEC) /
-         static_cast<double>(runs * in.size());
-}
-
-// One quiet moment is enough to show that cost does not grow faster than its input.
-bool grows(const operation_t& operation, const attack_t& attack) {
-  const std::string large = build(attack, mebibyte).text;
-  const std::string small = build(attack, mebibyte / 8).text;
-  for (int attempt = 0; attempt < 5; ++attempt) {
-    if (cost(operation, large, 3) < 2 * cost(operation, small, 3)) {
-      return false;
-    }
-  }
-  return true;
-}
-
-// A row of the table; false when the attack costs too much.
-bool print_row(const operation_t& operation, const attack_t& attack) {
-  const double ordinary = cost(operation, operation.ordinary, 9);
-  const hostile_t input = build(attack, mebibyte);
-  const double hostile = cost(operation, input.text, 9);
-  std::printf("| `%s` | %s | %.2f | %.2f | %.1f |", operation.name, attack.name, ordinary, hostile,
-              hostile / ordinary);
-  if (hostile <= 2 * ordinary) {
-    std::puts(" | |");
-    return true;
-  }
-  const auto per_element = [](double ns_per_byte, text_t text, unsigned elements) {
-    return ns_per_byte * static_cast<double>(text.size()) / static_cast<double>(elements);
-  };
-  const double element = per_element(ordinary, operation.ordinary, operation.elements);
-  const double hostile_element = per_element(hostile, input.text, input.units);
-  std::printf(" %.0f | %.0f |\n", element, hostile_element);
-  return hostile_element <= 2 * element;
-}
-
-}  // namespace
-
-int main(int argc, char**) {
-  const bool table = argc > 1;
-  // Keeps memory once taken: what the system does to hand out fresh pages is no cost of ours.
-  mallopt(M_MMAP_MAX, 0);
-  mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
-  int failures = 0;
-  for (const operation_t& operation : operations) {
-    for (const attack_t& attack : operation.attacks) {
-      if (table ? print_row(operation, attack) : !grows(operation, attack)) {
-        continue;
-      }
-      std::printf("%s, %s: costs too much\n", operation.name, attack.name);
-      ++failures;
-    }
-  }
-  return failures == 0 ? 0 : 1;
-}

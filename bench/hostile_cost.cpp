@@ -1,0 +1,68 @@
+// What inputs built to be slow cost: nanoseconds per byte of 1 MiB of each, beside ordinary input;
+// and where that is more than twice as much, because the attack's elements are smaller, nanoseconds
+// per element, which may then be no more than twice those of an ordinary one.
+
+#include <malloc.h>
+
+#include <cstdio>
+#include <ctime>
+#include <limits>
+
+#include "cost/attacks.h"
+
+namespace {
+
+constexpr std::size_t mebibyte = 1U << 20;
+
+// The least processor time of several runs, in nanoseconds per byte.
+double cost(const operation_t& operation, text_t in, int times) {
+  const std::size_t runs = 1 + (1U << 16) / in.size();
+  std::clock_t least = std::numeric_limits<std::clock_t>::max();
+  for (int i = 0; i < times; ++i) {
+    const std::clock_t start = std::clock();
+    for (std::size_t run = 0; run < runs; ++run) {
+      operation.run(in);
+    }
+    least = std::min(least, std::clock() - start);
+  }
+  return static_cast<double>(least) * (1e9 / CLOCKS_PER_SEC) /
+         static_cast<double>(runs * in.size());
+}
+
+// A row of the table; false when the attack costs too much.
+bool print_row(const operation_t& operation, const attack_t& attack) {
+  const double ordinary = cost(operation, operation.ordinary, 9);
+  const hostile_t input = build(attack, mebibyte);
+  const double hostile = cost(operation, input.text, 9);
+  std::printf("| `%s` | %s | %.2f | %.2f | %.1f |", operation.name, attack.name, ordinary, hostile,
+              hostile / ordinary);
+  if (hostile <= 2 * ordinary) {
+    std::puts(" | |");
+    return true;
+  }
+  const auto per_element = [](double ns_per_byte, text_t text, unsigned elements) {
+    return ns_per_byte * static_cast<double>(text.size()) / static_cast<double>(elements);
+  };
+  const double element = per_element(ordinary, operation.ordinary, operation.elements);
+  const double hostile_element = per_element(hostile, input.text, input.units);
+  std::printf(" %.0f | %.0f |\n", element, hostile_element);
+  return hostile_element <= 2 * element;
+}
+
+}  // namespace
+
+int main() {
+  // Keeps memory once taken: what the system does to hand out fresh pages is no cost of ours.
+  mallopt(M_MMAP_MAX, 0);
+  mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
+  int failures = 0;
+  for (const operation_t& operation : operations) {
+    for (const attack_t& attack : operation.attacks) {
+      if (!print_row(operation, attack)) {
+        std::printf("%s, %s: costs too much\n", operation.name, attack.name);
+        ++failures;
+      }
+    }
+  }
+  return failures == 0 ? 0 : 1;
+}
