@@ -1,6 +1,8 @@
 // Runs every harness over its folder of the corpus: each file, each prefix of it and each change of
 // one of its bits, named on the way; then all files in many threads at once, of which each begins
 // elsewhere.
+//
+// With a number instead of a folder: all inputs of up to two bytes, and every so many-th of three.
 
 #include <filesystem>
 #include <fstream>
@@ -14,10 +16,19 @@
 
 namespace {
 
-const std::map<std::string, harness_t*> harnesses = {
-    {"containers", harness_containers},     {"elements", harness_elements}, {"keys", harness_keys},
-    {"name_to_text", harness_name_to_text}, {"oids", harness_oids},         {"t61", harness_t61},
-    {"text_to_name", harness_text_to_name}, {"times", harness_times}};
+struct entry_t {
+  harness_t* run;
+  std::size_t steering;  // bytes at the front that are not input to a reader
+};
+
+const std::map<std::string, entry_t> harnesses = {{"containers", {harness_containers, 0}},
+                                                  {"elements", {harness_elements, 4}},
+                                                  {"keys", {harness_keys, 0}},
+                                                  {"name_to_text", {harness_name_to_text, 0}},
+                                                  {"oids", {harness_oids, 0}},
+                                                  {"t61", {harness_t61, 4}},
+                                                  {"text_to_name", {harness_text_to_name, 0}},
+                                                  {"times", {harness_times, 8}}};
 
 void run(harness_t* harness, const std::string& bytes) {
   harness(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
@@ -35,16 +46,36 @@ void run_damaged(harness_t* harness, std::string bytes) {
   }
 }
 
+// Every input of up to two bytes, and of three every `step`-th.
+void run_small(unsigned step) {
+  for (const auto& [name, harness] : harnesses) {
+    for (unsigned size = 0; size <= 3; ++size) {
+      std::string bytes(harness.steering + size, '\0');
+      for (unsigned n = 0; n >> 8 * size == 0; n += size == 3 ? step : 1) {
+        for (unsigned i = 0; i < size; ++i) {
+          bytes[harness.steering + i] = static_cast<char>(n >> 8 * i);
+        }
+        run(harness.run, bytes);
+      }
+    }
+    std::cout << name << std::endl;
+  }
+}
+
 }  // namespace
 
 int main(int, char** argv) {
+  if (const int step = std::atoi(argv[1])) {
+    run_small(static_cast<unsigned>(step));
+    return 0;
+  }
   std::vector<std::pair<harness_t*, std::string>> inputs;
   for (const auto& file : std::filesystem::recursive_directory_iterator(argv[1])) {
     if (file.is_regular_file()) {
       std::cout << file.path().native() << std::endl;  // the last one shown is the culprit
       std::ifstream in(file.path(), std::ios::binary);
       const auto& [harness, bytes] =
-          inputs.emplace_back(harnesses.at(file.path().parent_path().filename()),
+          inputs.emplace_back(harnesses.at(file.path().parent_path().filename()).run,
                               std::string(std::istreambuf_iterator<char>(in), {}));
       run(harness, bytes);
       run_damaged(harness, bytes);
