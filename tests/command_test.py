@@ -23,7 +23,7 @@ CA = "/usr/share/ca-certificates/mozilla/"
 
 
 def run(*args):
-    done = subprocess.run(args, capture_output=True, text=True, timeout=120)
+    done = subprocess.run(args, capture_output=True, text=True)
     return done.returncode, done.stdout, done.stderr
 
 

@@ -1,19 +1,18 @@
 #!/usr/bin/env python3
 """Exchanges keys, certificates and containers with certtool and, where it has GOST, openssl.
 
-partner_test.py COMMAND EXAMPLES
+partner_test.py COMMAND
 """
 
 import concurrent.futures
 import os
-import pty
 import re
 import subprocess
 import sys
 import tempfile
 from pathlib import Path
 
-PKIDER, EXAMPLES = sys.argv[1:]
+PKIDER = sys.argv[1]
 PASSWORD = "пароль sample"
 GOST = "--pkcs-cipher gost28147-cpa --hash gostr341194"
 # Each kind of key, and its parameters and algorithms in a certificate.
@@ -30,7 +29,7 @@ ENV = {"PASSWORD": PASSWORD, "WRONG": "wrong", "GOST_PBE_HMAC": "md_gost94", **o
 
 def run(*args, status=0, err="", cwd=None):
     """The standard output; `err` must stand in the standard error."""
-    done = subprocess.run(args, cwd=cwd, env=ENV, capture_output=True, text=True, timeout=300)
+    done = subprocess.run(args, cwd=cwd, env=ENV, capture_output=True, text=True)
     unwanted = status == 0 and "verify_mac" in done.stderr  # certtool goes on
     if done.returncode != status or err not in done.stderr or unwanted:
         raise AssertionError(f"{args}: status {done.returncode}\n{done.stdout}{done.stderr}")
@@ -73,14 +72,14 @@ def exchange(kind, at):
     check("octets", revealed in pkider("key show key --reveal"))
     check("not revealed", octets not in pkider("key show key"))
 
-    # certtool to pkider, with its 600,000 iterations: the encrypted key of one kind only
-    (at / "both.crt").write_text(cert + other)
-    certtool("--to-p12 --load-privkey key --load-certificate both.crt --p12-name Имя --outder "
-             f"--outfile their.p12 {GOST}")
-    pkider("p12 extract their.p12 --out out")
-    names = ["key-1.pem", "cert-1.pem", "cert-2.pem"]
-    check("extracted", [key, cert, other] == [(at / "out" / name).read_text() for name in names])
+    # certtool to pkider: its containers take 600,000 rounds for each password, one kind will do
     if kind == "gost12-256":
+        (at / "both.crt").write_text(cert + other)
+        certtool("--to-p12 --load-privkey key --load-certificate both.crt --p12-name Имя --outder "
+                 f"--outfile their.p12 {GOST}")
+        pkider("p12 extract their.p12 --out out")
+        names = ["key-1.pem", "cert-1.pem", "cert-2.pem"]
+        check("extracted", [key, cert, other] == [(at / "out" / name).read_text() for name in names])
         certtool(f"--to-p8 --load-privkey key --outfile their.p8 {GOST}")
         check("their PKCS#8", revealed in pkider("key show their.p8 --reveal"))
 
@@ -128,26 +127,8 @@ def exchange(kind, at):
     certtool("--p12-info --inder --infile native.p12", status=1)
 
 
-def ask_terminal():
-    pid, terminal = pty.fork()
-    if pid == 0:
-        os.execl(PKIDER, PKIDER, "p12", "show", os.path.join(EXAMPLES, "sample.p12"))
-    seen = os.read(terminal, 100).decode()
-    check("prompt", seen.startswith("Password of "))
-    check("core dumps", re.search("Max core file size *0 *0", Path(f"/proc/{pid}/limits").read_text()))
-    os.write(terminal, b"pkider-sample\n")
-    try:
-        while chunk := os.read(terminal, 4096).decode():
-            seen += chunk
-    except OSError:  # the other end is closed
-        pass
-    check(f"on the terminal: {seen}", os.waitpid(pid, 0)[1] == 0 and "CN=Sample User" in seen and
-          "Deriving a key" in seen and "pkider-sample" not in seen)
-
-
 with tempfile.TemporaryDirectory() as directory, \
         concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
     jobs = [pool.submit(exchange, kind, Path(tempfile.mkdtemp(dir=directory))) for kind in KINDS]
-    jobs.append(pool.submit(ask_terminal))
 for job in jobs:
     job.result()
