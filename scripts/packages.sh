@@ -1,7 +1,7 @@
 # The Debian packages of the build, and how the scripts install them. Sourced, not run.
 
 build_packages="cmake ninja-build g++ pkg-config libcli11-dev libgpg-error-dev libgcrypt20-dev
-  libbsd-dev python3"
+  libbsd-dev nlohmann-json3-dev python3"
 test_packages="g++-multilib googletest ca-certificates openssl gnutls-bin libengine-gost-openssl
   abigail-tools bash-completion doxygen lintian make man-db valgrind"
 

@@ -38,14 +38,16 @@ class Command(unittest.TestCase):
                 "good": pem, "twice": "a comment\n" + pem + "\n" + pem, "cut": pem[:300],
                 "junk": "no certificate\n", "altered": pem.replace("MIIF", "MIIE"),
                 "broken": pem.replace("=\n", "*\n") + pem, "map.cfg": "1.2.3.4 = FOO, fooName\n",
-                "crl": pem.replace("CERTIFICATE", "X509 CRL")}.items():
+                "labelled": pem.replace("CERTIFICATE", "X509 CRL"),
+                "indented": "\ufeff" + pem.replace("\n", "\n  ")}.items():
             Path(name).write_text(text)
-        rows = re.findall("^pkider.*", Path(ROOT, "tests/data/command.txt").read_text(), re.M)
+        Path("[good,x]").write_text(pem)
+        rows = re.findall("^[^#\n].*", Path(ROOT, "tests/data/command.txt").read_text(), re.M)
         self.assertTrue(rows)
         for row in rows:
             with self.subTest(row):
-                command, status, out, err = row.split("|")
-                got = run("sh", "-c", "./" + command)
+                command, status, out, err = row.rsplit("|", 3)
+                got = run("sh", "-c", "PATH=.:$PATH;" + command)
                 self.assertEqual((str(got[0]), got[1].replace("\n", ";")), (status, out))
                 self.assertIn(err, got[2])
 

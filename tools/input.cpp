@@ -2,15 +2,17 @@
 
 #include <gpg-error.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <memory>
+#include <new>
 #include <string_view>
 
 #include "asn_cursor.h"
 #include "bytes.h"
+#include "kind.h"
 #include "messages.h"
 
 namespace {
@@ -18,6 +20,7 @@ namespace {
 constexpr std::string_view pem_begin = "-----BEGIN ";
 constexpr std::string_view pem_end = "-----END ";
 constexpr std::string_view pem_dashes = "-----";
+constexpr std::string_view blanks = " \t\r\n";
 
 struct file_closer_t {
   void operator()(std::FILE* file) const {
@@ -27,17 +30,36 @@ struct file_closer_t {
   }
 };
 
-// Where the first line of `text`, from `from` on, that begins with `prefix` begins; npos if none.
-std::size_t find_line(std::string_view text, std::string_view prefix, std::size_t from) {
-  std::size_t at = text.find(prefix, from);
-  while (at != std::string::npos && at != 0 && text[at - 1] != '\n') {
-    at = text.find(prefix, at + 1);
+std::string read_stream(const std::string& file, std::FILE* stream) {
+  std::string content;
+  char chunk[65536];
+  std::size_t count = 0;
+  while ((count = std::fread(chunk, 1, sizeof chunk, stream)) != 0) {
+    content.append(chunk, count);
+    if (content.size() > max_input_mib << 20) {
+      throw input_error_t(
+          file, "larger than " + std::to_string(max_input_mib) + " MiB, the most that is read");
+    }
   }
-  return at;
+  if (std::ferror(stream) != 0) {
+    throw input_error_t(file, std::strerror(errno));
+  }
+  return content;
 }
 
-// The bytes that base64 text stands for; empty when it is malformed.
+bool starts_with(std::string_view text, std::string_view prefix) {
+  return text.substr(0, prefix.size()) == prefix;
+}
+
+// ---- PEM ----
+
+// The bytes that base64 text stands for; empty when it is malformed. libgpg-error stops at the
+// padding, so what follows it is looked at here.
 std::string decode_base64(std::string text) {
+  const std::size_t padding = std::min(text.find('='), text.size());
+  if (text.find_first_not_of("= \t\r\n", padding) != std::string::npos) {
+    return {};
+  }
   const gpgrt_b64state_t state = gpgrt_b64dec_start(nullptr);
   std::size_t decoded = 0;
   const bool good = gpgrt_b64dec_proc(state, text.data(), text.size(), &decoded) == 0;
@@ -45,37 +67,133 @@ std::string decode_base64(std::string text) {
   return gpgrt_b64dec_finish(state) == 0 ? text : std::string();
 }
 
-// One SEQUENCE and nothing else.
-bool is_der(const std::string& content) {
-  asn_iter_t cur = asn1_iter_(view(content));
-  asn_iter_t sequence;
-  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &sequence) && cur.len == 0;
-}
+// Reads the PEM blocks of a text, one after the other.
+class pem_reader_t {
+ public:
+  explicit pem_reader_t(std::string_view text) : text_(text) {}
 
-bool begins_with_sequence(const std::string& content) {
-  unsigned length = 0;
-  return asn1_read_tag(asn_tag_t::SEQUENCE, bytes(content), size32(content), &length) != nullptr;
-}
+  // Appends the next block to `blocks`, or its fault to `faults`. False at the end of the text.
+  bool next(std::vector<input_block_t>& blocks, std::vector<std::string>& faults) {
+    const std::size_t begin = text_.find(pem_begin, at_);
+    const std::size_t lost_end = text_.substr(0, begin).find(pem_end, at_);
+    if (lost_end != std::string_view::npos) {
+      faults.push_back(line_text(lost_end) + "the end of a PEM block that has no beginning");
+      at_ = lost_end + pem_end.size();
+      return true;
+    }
+    if (begin == std::string_view::npos) {
+      return false;
+    }
+    read_block(begin, blocks, faults);
+    return true;
+  }
 
+ private:
+  void read_block(std::size_t begin, std::vector<input_block_t>& blocks,
+                  std::vector<std::string>& faults) {
+    const std::size_t label_at = begin + pem_begin.size();
+    const std::size_t line_end = std::min(text_.find_first_of("\r\n", begin), text_.size());
+    const std::size_t label_end = text_.substr(0, line_end).find(pem_dashes, label_at);
+    at_ = label_at;
+    if (label_end == std::string_view::npos) {
+      faults.push_back(line_text(begin) + "the first line of a PEM block is malformed");
+      return;
+    }
+    input_block_t block;
+    block.label = text_.substr(label_at, label_end - label_at);
+    block.line = line_of(begin);
+    const std::string where = line_text(begin) + "the PEM block " + block.label;
+    const std::size_t body = label_end + pem_dashes.size();
+    const std::size_t end = std::min(text_.find(pem_dashes, body), text_.size());
+    if (!starts_with(text_.substr(end), std::string(pem_end) + block.label + "-----")) {
+      faults.push_back(where + " has no end");
+      return;
+    }
+    at_ = end + pem_end.size() + block.label.size() + pem_dashes.size();
+    block.der = decode_base64(std::string(without_headers(text_.substr(body, end - body), block)));
+    if (block.der.empty()) {
+      faults.push_back(where + " is not base64");
+      return;
+    }
+    blocks.push_back(std::move(block));
+  }
+
+  // Headers stand on the lines before an empty one (RFC 1421, 4.4): "DEK-Info: AES-256-CBC,01..."
+  static std::string_view without_headers(std::string_view body, input_block_t& block) {
+    const std::size_t last_colon = body.rfind(':');
+    if (last_colon == std::string_view::npos) {
+      return body;
+    }
+    const std::size_t end = std::min(body.find('\n', last_colon), body.size());
+    block.encrypted = body.substr(0, end).find("ENCRYPTED") != std::string_view::npos;
+    return body.substr(end);
+  }
+
+  // Called for growing positions.
+  unsigned line_of(std::size_t at) {
+    line_ += static_cast<unsigned>(std::count(text_.data() + counted_, text_.data() + at, '\n'));
+    counted_ = at;
+    return line_;
+  }
+  std::string line_text(std::size_t at) { return "line " + std::to_string(line_of(at)) + ": "; }
+
+  std::string_view text_;
+  std::size_t at_ = 0;
+  std::size_t counted_ = 0;
+  unsigned line_ = 1;
+};
+
+// One fault says it all where there is nothing else; more are reported one by one.
 std::vector<input_block_t> split_pem(const std::string& file, std::string_view text) {
   std::vector<input_block_t> blocks;
-  std::size_t at = find_line(text, pem_begin, 0);
-  while (at != std::string::npos) {
-    const std::size_t label_at = at + pem_begin.size();
-    const std::size_t label_end = text.find(pem_dashes, label_at);
-    const std::size_t line_end = text.find('\n', at);
-    if (label_end >= line_end) {
-      throw input_error_t(file, "a PEM block's first line is malformed");
-    }
-    const std::string label(text.substr(label_at, label_end - label_at));
-    const std::size_t end = find_line(text, pem_end, line_end);
-    if (end == std::string::npos) {
-      throw input_error_t(file, "the PEM block " + label + " has no end");
-    }
-    blocks.push_back({label, decode_base64(std::string(text.substr(line_end, end - line_end)))});
-    at = find_line(text, pem_begin, end);
+  std::vector<std::string> faults;
+  pem_reader_t reader(text);
+  while (reader.next(blocks, faults)) {
+  }
+  std::string last;
+  if (blocks.empty() && !faults.empty()) {
+    last = faults.back();
+    faults.pop_back();
+  }
+  for (const std::string& fault : faults) {
+    report(file, fault);
+  }
+  if (!last.empty()) {
+    throw input_error_t(file, last);
   }
   return blocks;
+}
+
+// ---- DER ----
+
+// SEQUENCEs up to the end, which may be blanks or zero bytes; what else is left stays in `rest`.
+std::vector<input_block_t> split_der(const std::string& content, std::string_view& rest) {
+  std::vector<input_block_t> blocks;
+  asn_iter_t cur = asn1_iter_(view(content));
+  asn_iter_t sequence;
+  const unsigned char* begin = cur.ptr;
+  while (asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &sequence)) {
+    blocks.push_back({"", to_string(asn1_view_(asn1_range_(begin, cur.ptr)))});
+    begin = cur.ptr;
+  }
+  rest = std::string_view(content).substr(content.size() - cur.len);
+  const std::size_t padding = rest.find_first_not_of(std::string_view(" \t\r\n\0", 5));
+  rest.remove_prefix(std::min(padding, rest.size()));
+  return blocks;
+}
+
+bool begins_with_sequence(std::string_view content) {
+  const auto* data = reinterpret_cast<const unsigned char*>(content.data());
+  const auto count = static_cast<unsigned>(content.size());
+  return asn1_decode_header_(asn_tag_t::SEQUENCE, data, count).size != 0;
+}
+
+std::string why_unreadable(std::string_view content) {
+  if (content.empty()) {
+    return "empty";
+  }
+  const bool utf16 = content.find(std::string_view("-\0-\0", 4)) != std::string_view::npos;
+  return utf16 ? "in UTF-16: convert it with iconv -f UTF-16 -t UTF-8" : "neither PEM nor DER";
 }
 
 }  // namespace
@@ -86,33 +204,36 @@ std::string read_file(const std::string& file) {
   if (stream == nullptr) {
     throw input_error_t(file, std::strerror(errno));
   }
-  std::string content;
-  char chunk[65536];
-  std::size_t count = 0;
-  while ((count = std::fread(chunk, 1, sizeof chunk, stream.get())) != 0) {
-    content.append(chunk, count);
-    if (content.size() > std::numeric_limits<unsigned>::max()) {
-      throw input_error_t(file, "larger than 4 GiB");
-    }
+  try {
+    return read_stream(file, stream.get());
+  } catch (const std::bad_alloc&) {
+    throw input_error_t(file, "does not fit the memory");
   }
-  if (std::ferror(stream.get()) != 0) {
-    throw input_error_t(file, std::strerror(errno));
-  }
-  return content;
 }
 
 std::vector<input_block_t> split_input(const std::string& file, const std::string& content) {
-  if (is_der(content)) {
-    return {{"", content}};
+  std::string_view rest;
+  std::vector<input_block_t> elements = split_der(content, rest);
+  if (!elements.empty() && rest.empty()) {
+    return elements;
   }
   std::vector<input_block_t> blocks = split_pem(file, content);
-  if (blocks.empty() && begins_with_sequence(content)) {
-    return {{"", content}};
+  if (!blocks.empty()) {
+    // Text may look like DER: '0' is a SEQUENCE's first byte.
+    const auto is_text = [](const input_block_t& b) { return kind_of(b) == kind_t::unknown; };
+    elements.erase(std::remove_if(elements.begin(), elements.end(), is_text), elements.end());
+    elements.insert(elements.end(), blocks.begin(), blocks.end());
+    return elements;
   }
-  if (blocks.empty()) {
-    throw input_error_t(file, content.empty() ? "empty" : "neither PEM nor DER");
+  if (begins_with_sequence(rest)) {
+    elements.push_back({"", std::string(rest)});
+  } else if (!elements.empty()) {
+    report(file, std::to_string(rest.size()) + " bytes at the end are no DER");
   }
-  return blocks;
+  if (elements.empty()) {
+    throw input_error_t(file, why_unreadable(content));
+  }
+  return elements;
 }
 
 std::vector<input_block_t> read_input(const std::string& file) {

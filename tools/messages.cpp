@@ -1,6 +1,7 @@
 #include "messages.h"
 
 #include <iostream>
+#include <new>
 
 #include "text.h"
 
@@ -10,9 +11,17 @@ bool reported = false;
 
 }  // namespace
 
+void note(const std::string& message) {
+  std::cerr << "pkider: " + printable(message) + '\n';
+}
+
 void report(const std::string& message) {
   reported = true;
-  std::cerr << "pkider: " << printable(message) << '\n';
+  note(message);
+}
+
+void report(const std::string& file, const std::string& wrong) {
+  report(file + ": " + wrong);
 }
 
 bool anything_reported() {
@@ -30,6 +39,10 @@ void attempt(const std::function<void()>& work) {
 void for_each_file(const std::vector<std::string>& files,
                    const std::function<void(const std::string&)>& handle) {
   for (const std::string& file : files) {
-    attempt([&] { handle(file); });
+    try {
+      attempt([&] { handle(file); });
+    } catch (const std::bad_alloc&) {
+      report(file, "does not fit the memory");
+    }
   }
 }

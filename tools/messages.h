@@ -19,13 +19,18 @@ class input_error_t : public std::runtime_error {
 // Writes "pkider: MESSAGE" to standard error, safe for a terminal. The command then ends with
 // status 1, whatever else it does.
 void report(const std::string& message);
+void report(const std::string& file, const std::string& wrong);
 bool anything_reported();
+
+// Writes "pkider: MESSAGE" too, about what is no fault.
+void note(const std::string& message);
 
 // Does `work`, and reports an input_error_t that it throws: the command goes on with the next
 // input.
 void attempt(const std::function<void()>& work);
 
-// Attempts `handle` with each file name in turn.
+// Attempts `handle` with each file name in turn, and goes on after one that does not fit the
+// memory.
 void for_each_file(const std::vector<std::string>& files,
                    const std::function<void(const std::string&)>& handle);
 

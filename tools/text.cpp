@@ -1,9 +1,11 @@
 #include "text.h"
 
+#include <algorithm>
 #include <cwchar>
 #include <cwctype>
 #include <iomanip>
 #include <iostream>
+#include <iterator>
 
 #include <pkider/int2str.h>
 
@@ -14,14 +16,29 @@ std::string hex(const blob_t& view, char separator) {
 
 namespace {
 
-// Characters that change the direction of the text around them.
-bool is_direction_mark(wchar_t c) {
-  return c == 0x061C || c == 0x200E || c == 0x200F || (c >= 0x202A && c <= 0x202E) ||
-         (c >= 0x2066 && c <= 0x2069);
-}
+struct range_t {
+  wchar_t first;
+  wchar_t last;
+};
+
+// Characters that are not seen, or that change the direction of the text around them: Unicode's
+// Default_Ignorable_Code_Point, line and paragraph separators, annotation marks and an empty
+// Braille cell.
+constexpr range_t invisible[] = {
+    {0x00AD, 0x00AD},   {0x034F, 0x034F},   {0x061C, 0x061C},   {0x115F, 0x1160}, {0x17B4, 0x17B5},
+    {0x180B, 0x180F},   {0x200B, 0x200F},   {0x2028, 0x202E},   {0x2060, 0x206F}, {0x2800, 0x2800},
+    {0x3164, 0x3164},   {0xFE00, 0xFE0F},   {0xFEFF, 0xFEFF},   {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFB},
+    {0x1BCA0, 0x1BCA3}, {0x1D173, 0x1D17A}, {0xE0000, 0xE0FFF},
+};
 
 bool is_printable(wchar_t c) {
-  return std::iswprint(static_cast<std::wint_t>(c)) != 0 && !is_direction_mark(c);
+  return std::iswprint(static_cast<std::wint_t>(c)) != 0 &&
+         std::none_of(std::begin(invisible), std::end(invisible),
+                      [c](const range_t& range) { return range.first <= c && c <= range.last; });
+}
+
+bool is_plain(char c) {
+  return c >= ' ' && c <= '~';
 }
 
 }  // namespace
@@ -29,6 +46,12 @@ bool is_printable(wchar_t c) {
 std::string printable(std::string_view text) {
   std::string out;
   while (!text.empty()) {
+    const auto* const plain_end = std::find_if_not(text.begin(), text.end(), is_plain);
+    out.append(text.begin(), plain_end);
+    text.remove_prefix(static_cast<std::size_t>(plain_end - text.begin()));
+    if (text.empty()) {
+      break;
+    }
     wchar_t c = 0;
     std::mbstate_t state = {};
     const std::size_t read = std::mbrtowc(&c, text.data(), text.size(), &state);

@@ -11,8 +11,9 @@
 // Upper-case hexadecimal, with `separator` between bytes unless it is 0.
 std::string hex(const blob_t& view, char separator = 0);
 
-// `text` with every byte that could garble a terminal line (control and direction characters,
-// invalid UTF-8) as a backslash and two hexadecimal digits, which a DN reads back as that byte.
+// `text` with every byte that could garble a terminal line (control, invisible and direction
+// characters, invalid UTF-8) as a backslash and two hexadecimal digits, which a DN reads back as
+// that byte.
 std::string printable(std::string_view text);
 
 // Writes "NAME:      VALUE" to standard output, values aligned, made printable.

@@ -1,5 +1,6 @@
 // pkider dn: a printable distinguished name in its normal form, and as DER.
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -61,14 +62,48 @@ std::string explain(const std::string& dn) {
   return "malformed value in \"" + (split ? attribute : rest) + '"';
 }
 
+// `dn` without the blanks before its values, which belong to them: some programs write "C = RU".
+std::string without_leading_blanks(const std::string& dn) {
+  std::string out;
+  bool quoted = false;
+  bool in_name = true;
+  for (std::size_t i = 0; i < dn.size(); ++i) {
+    const char c = dn[i];
+    out += c;
+    if (c == '\\' && i + 1 < dn.size()) {
+      out += dn[++i];
+    } else if (c == '"') {
+      quoted = !quoted;
+    } else if (!quoted && (c == ',' || c == '+')) {
+      in_name = true;
+    } else if (in_name && c == '=') {
+      in_name = false;
+      i = std::min(dn.find_first_not_of(blanks, i + 1), dn.size()) - 1;
+    }
+  }
+  return out;
+}
+
+// What was probably meant, if it is something else.
+std::string suggestion(const std::string& dn) {
+  const std::string meant = without_leading_blanks(dn);
+  std::string normal;
+  return meant != dn && printable_dn_normalize(meant, normal, nullptr, oid_map())
+             ? "; perhaps " + normal + " is meant"
+             : "";
+}
+
 void run(const std::string& text, bool with_der) {
   std::string normal;
   std::string der;
   if (!encodes(text)) {
-    throw input_error_t(text, explain(text));
+    throw input_error_t(text, explain(text) + suggestion(text));
   }
   if (!printable_dn_normalize(text, normal, &der, oid_map())) {
     throw input_error_t(text, "malformed value after \"" + normal + '"');
+  }
+  if (const std::string meant = suggestion(text); !meant.empty()) {
+    note(text + ": a value begins with a blank" + meant);
   }
   std::cout << printable(normal) << '\n';
   if (with_der) {

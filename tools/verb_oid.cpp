@@ -1,7 +1,6 @@
 // pkider oid: an object identifier in every form, from any of them.
 
 #include <cctype>
-#include <iostream>
 #include <memory>
 
 #include <pkider/asn_helper.h>
@@ -11,7 +10,9 @@
 #include "bytes.h"
 #include "known_oids.h"
 #include "messages.h"
+#include "oid_map.h"
 #include "oid_names.h"
+#include "record.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -24,9 +25,25 @@ oid_t from_view(const unsigned char* data, unsigned count) {
   return to_string({count, data});
 }
 
+// The library takes any second arc, and so would read 0.40 as 1.0.
+void check_second_arc(const std::string& text) {
+  constexpr unsigned max_after_2 = 0xFFFFFFFF - 80;
+  unsigned second = 0;
+  const char* at = text.data() + text.find('.') + 1;
+  str_to_uint32_(at, text.data() + text.size(), '.', second);
+  if (second > (text.substr(0, text.find('.')).back() == '2' ? max_after_2 : 39)) {
+    throw input_error_t(text, "the second number is at most 39 after 0 or 1, and " +
+                                  std::to_string(max_after_2) + " after 2");
+  }
+}
+
 oid_t from_dotted(const std::string& text) {
   unsigned char buffer[512];
-  return from_view(buffer, oid_str_to_asn_(text.data(), text.data() + text.size(), buffer));
+  const unsigned size = oid_str_to_asn_(text.data(), text.data() + text.size(), buffer);
+  if (size != 0) {
+    check_second_arc(text);
+  }
+  return from_view(buffer, size);
 }
 
 oid_t from_map(const OIDdescr_t* entry) {
@@ -78,40 +95,43 @@ oid_t from_hex(const std::string& text) {
   return element ? from_view(content.ptr, content.len) : der;
 }
 
-std::string dotted_text(const oid_t& oid) {
-  std::string text;
-  return oid_asn_to_str_(bytes(oid), bytes(oid) + oid.size(), text) ? text : "";
-}
-
 // An argument that is a name and hexadecimal too (DC) is the name.
 oid_t parse(const std::string& text) {
   for (const auto form : {from_dotted, from_name, from_hex}) {
     oid_t oid = form(text);
-    if (!dotted_text(oid).empty()) {
+    if (!dotted_oid(view(oid)).empty()) {
       return oid;
     }
   }
   throw input_error_t(text, "neither an object identifier nor a known name");
 }
 
-void show(const oid_t& oid) {
-  const std::string dotted = dotted_text(oid);
+record_t show(const oid_t& oid) {
+  record_t record;
+  const std::string dotted = dotted_oid(view(oid));
   const asn_tag_t_<64> element(asn_tag_t::OID, oid.data(), size32(oid));
-  print_field("oid", dotted);
-  print_field("der", hex({element.encoded_size(), element.encoded()}, ' '));
+  record.add("oid", dotted);
+  std::string in_names;
+  oid_asn_to_str_(bytes(oid), bytes(oid) + oid.size(), in_names);
+  if (in_names != dotted) {
+    record.add("in names", in_names);
+  }
+  record.add("der", hex({element.encoded_size(), element.encoded()}, ' '),
+             hex({element.encoded_size(), element.encoded()}));
   if (const OIDdescr_t* entry = oid_map_find_asn(oid_map(), bytes(oid), size32(oid))) {
-    print_field("short name", entry->oid_sn);
-    print_field("long name", entry->oid_ln);
+    record.add("short name", entry->oid_sn);
+    record.add("long name", entry->oid_ln);
   }
   for (const IntToString* row = I2S_PKI_ALG_T; row->name != nullptr; ++row) {
     const pki_oid_ref_t found = oid_of(static_cast<pki_alg_t>(row->value));
     if (from_view(found.data, found.size) == oid) {
-      print_field("algorithm", row->name);
+      record.add("algorithm", row->name);
     }
   }
   if (const std::string_view name = known_oid_name(dotted); !name.empty()) {
-    print_field("known as", std::string(name));
+    record.add("known as", std::string(name));
   }
+  return record;
 }
 
 }  // namespace
@@ -123,14 +143,8 @@ void add_oid_verb(CLI::App& app) {
                    "Dotted text, hexadecimal DER, or a name (quote those with blanks)")
       ->required();
   verb->callback([oids] {
-    bool first = true;
     for (const std::string& text : *oids) {
-      attempt([&] {
-        const oid_t oid = parse(text);
-        std::cout << (first ? "" : "\n");
-        first = false;
-        show(oid);
-      });
+      attempt([&] { print(show(parse(text))); });
     }
   });
 }

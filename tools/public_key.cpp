@@ -1,0 +1,148 @@
+#include "public_key.h"
+
+#include "alg_codes.h"
+#include "asn_cursor.h"
+#include "known_oids.h"
+#include "messages.h"
+#include "text.h"
+
+namespace {
+
+unsigned bit_count(const blob_t& big_endian) {
+  unsigned i = 0;
+  while (i < big_endian.size && big_endian.data[i] == 0) {
+    ++i;
+  }
+  if (i == big_endian.size) {
+    return 0;
+  }
+  unsigned bits = (big_endian.size - i - 1) * 8;
+  for (unsigned top = big_endian.data[i]; top != 0; top >>= 1) {
+    ++bits;
+  }
+  return bits;
+}
+
+void add_size(record_t& record, unsigned bits) {
+  record.add("key size", std::to_string(bits) + " bits", std::uint64_t{bits});
+}
+
+void add_param_set(record_t& record, const char* name, const blob_t& oid) {
+  if (oid.size != 0) {
+    record.add(name, describe_param_set(oid));
+  }
+}
+
+void add_rsa_key(record_t& record, const std::string& where, const asn_pubkey_t& key,
+                 bool verbose) {
+  asn_rsa_pubkey_t rsa;
+  if (!asn_read_rsa_pubkey(key, rsa)) {
+    throw input_error_t(where, "the RSA key is malformed");
+  }
+  add_size(record, bit_count(rsa.modulus));
+  if (verbose) {
+    record.add("modulus", hex(rsa.modulus));
+    record.add("exponent", hex(rsa.exponent));
+  }
+}
+
+// A GOST key is an OCTET STRING inside the BIT STRING: X and Y, the least significant byte first.
+void add_gost_key(record_t& record, const std::string& where, const asn_pubkey_t& key,
+                  bool verbose) {
+  gost_param_sets_t sets;
+  asn_iter_t cur = asn1_iter_(key.key);
+  asn_iter_t octets;
+  const bool has_sets = read_gost_param_sets(key.params, sets);
+  add_param_set(record, "key parameters", sets.key);
+  add_param_set(record, "digest parameters", sets.digest);
+  add_param_set(record, "cipher parameters", sets.cipher);
+  if (!has_sets || !asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &cur, &octets)) {
+    throw input_error_t(where, "the GOST key is malformed");
+  }
+  add_size(record, octets.len * 4);
+  if (verbose) {
+    record.add("key", hex(asn1_view_(octets)));
+  }
+}
+
+// The prime p of DSA or Diffie-Hellman parameters, SEQUENCE { p INTEGER, ... }.
+unsigned prime_bits(const blob_t& params) {
+  asn_iter_t cur = asn1_iter_(params);
+  asn_iter_t sequence;
+  asn_iter_t prime;
+  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &sequence) &&
+                 asn1_read_tag_i_(asn_tag_t::INTEGER, &sequence, &prime)
+             ? bit_count(asn1_view_(prime))
+             : 0;
+}
+
+struct curve_size_t {
+  std::string_view dotted;
+  unsigned bits;
+};
+
+// Those whose coordinates do not fill their bytes.
+constexpr curve_size_t curve_sizes[] = {
+    {"1.3.132.0.35", 521}, {"1.3.132.0.26", 233}, {"1.3.132.0.27", 233}, {"1.3.132.0.16", 283},
+    {"1.3.132.0.17", 283}, {"1.3.132.0.36", 409}, {"1.3.132.0.37", 409}, {"1.3.132.0.38", 571},
+    {"1.3.132.0.39", 571}, {"1.3.132.0.1", 163},  {"1.3.132.0.15", 163}, {"1.3.132.0.3", 239},
+};
+
+// From the point: a first byte that says its form, and X and Y, or X alone.
+unsigned curve_bits(const blob_t& curve, const blob_t& point) {
+  const std::string dotted = dotted_oid(curve);
+  for (const curve_size_t& row : curve_sizes) {
+    if (row.dotted == dotted) {
+      return row.bits;
+    }
+  }
+  constexpr unsigned uncompressed = 4;
+  const bool both = point.size != 0 && point.data[0] == uncompressed;
+  return point.size == 0 ? 0 : (point.size - 1) * 8 / (both ? 2 : 1);
+}
+
+void add_other_key(record_t& record, const asn_pubkey_t& key, bool verbose) {
+  asn_iter_t params = asn1_iter_(key.params);
+  asn_iter_t curve;
+  unsigned bits = prime_bits(key.params);
+  if (asn1_read_tag_i_(asn_tag_t::OID, &params, &curve)) {
+    add_param_set(record, "key parameters", asn1_view_(curve));
+    bits = curve_bits(asn1_view_(curve), key.key);
+  } else if (key.params.size == 0) {  // Ed25519 and its like
+    bits = key.key.size * 8;
+  }
+  if (bits != 0) {
+    add_size(record, bits);
+  }
+  if (verbose) {
+    record.add("key", hex(key.key));
+  }
+}
+
+}  // namespace
+
+bool read_gost_param_sets(const blob_t& params, gost_param_sets_t& out) {
+  asn_iter_t cur = asn1_iter_(params);
+  asn_iter_t sets;
+  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &sets) &&
+         asn1_read_view_(asn_tag_t::OID, &sets, &out.key) &&
+         (asn1_read_view_(asn_tag_t::OID, &sets, &out.digest), true) &&
+         (asn1_read_view_(asn_tag_t::OID, &sets, &out.cipher), true);
+}
+
+void add_public_key(record_t& record, const std::string& where, const blob_t& element,
+                    bool verbose) {
+  asn_pubkey_t key;
+  if (!asn_read_pubkey(element.data, static_cast<long>(element.size), key)) {
+    throw input_error_t(where, "the public key is malformed");
+  }
+  record.add("public key", describe_oid(key.alg.data, key.alg.size));
+  const pki_alg_t kind = PKI_OID_TO_KEY_ALG(key.alg.data, key.alg.size) & alg_codes::kind_mask;
+  if (kind == alg_codes::rsa || kind == alg_codes::rsassa_pss) {
+    add_rsa_key(record, where, key, verbose);
+  } else if (kind >= alg_codes::gost_3410 && kind <= alg_codes::gost_3410_2012_512) {
+    add_gost_key(record, where, key, verbose);
+  } else {
+    add_other_key(record, key, verbose);
+  }
+}

@@ -1,0 +1,79 @@
+#include "record.h"
+
+#include <algorithm>
+#include <iostream>
+#include <nlohmann/json.hpp>
+
+#include "text.h"
+
+namespace {
+
+using json_t = nlohmann::ordered_json;
+
+json_t to_json(const record_t& record);
+
+struct to_json_t {
+  template <class Value>
+  json_t operator()(const Value& value) const {
+    return value;
+  }
+  json_t operator()(const std::vector<record_t>& records) const {
+    json_t array = json_t::array();
+    for (const record_t& record : records) {
+      array.push_back(to_json(record));
+    }
+    return array;
+  }
+};
+
+json_t to_json(const record_t& record) {
+  json_t object = json_t::object();
+  for (const record_t::field_t& field : record.fields()) {
+    std::string name = field.name;
+    std::replace(name.begin(), name.end(), ' ', '_');
+    object[name] = std::visit(to_json_t(), field.json);
+  }
+  return object;
+}
+
+void print_json(const record_t& record) {
+  // Bytes that are no UTF-8 become U+FFFD.
+  std::cout << to_json(record).dump(-1, ' ', false, json_t::error_handler_t::replace) << '\n';
+}
+
+void print_text(const record_t& record) {
+  static bool first = true;
+  if (!first) {
+    std::cout << '\n';
+  }
+  first = false;
+  for (const record_t::field_t& field : record.fields()) {
+    if (!field.text.empty()) {
+      print_field(field.name.c_str(), field.text);
+    }
+  }
+  for (const record_t::field_t& field : record.fields()) {
+    if (const auto* parts = std::get_if<std::vector<record_t>>(&field.json)) {
+      std::for_each(parts->begin(), parts->end(), print_text);
+    }
+  }
+}
+
+}  // namespace
+
+bool& json_output() {
+  static bool json = false;
+  return json;
+}
+
+void print(const record_t& record) {
+  json_output() ? print_json(record) : print_text(record);
+}
+
+void print(const record_t& record, const std::string& line) {
+  if (json_output()) {
+    print_json(record);
+  } else {
+    std::cout << line << '\n';
+  }
+}

@@ -1,0 +1,49 @@
+// One thing that is shown: named fields, on a line each or as a JSON object.
+
+#ifndef PKIDER_TOOLS_RECORD_H
+#define PKIDER_TOOLS_RECORD_H
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+// Whether records and messages are JSON; set by --json before any verb runs.
+bool& json_output();
+
+class record_t {
+ public:
+  using list_t = std::vector<std::string>;
+  using value_t = std::variant<std::string, std::uint64_t, bool, list_t, std::vector<record_t>>;
+
+  // A field whose JSON value is its text, or another one that programs read more easily. Its JSON
+  // name is `name` with '_' for each blank.
+  void add(const std::string& name, const std::string& text) { add(name, text, text); }
+  void add(const std::string& name, const std::string& text, value_t json) {
+    fields_.push_back({name, text, std::move(json)});
+  }
+
+  // A field of the JSON object alone.
+  void add_json(const std::string& name, value_t json) { add(name, "", std::move(json)); }
+
+  struct field_t {
+    std::string name;
+    std::string text;
+    value_t json;
+  };
+  const std::vector<field_t>& fields() const { return fields_; }
+
+ private:
+  std::vector<field_t> fields_;
+};
+
+// Writes a record to standard output, as "NAME:      VALUE" lines with values aligned and made
+// printable, an empty line before all but the first record; records that are values follow in the
+// same way. Or as one line of JSON.
+void print(const record_t& record);
+
+// Writes `line` instead of the fields where text is wanted.
+void print(const record_t& record, const std::string& line);
+
+#endif
