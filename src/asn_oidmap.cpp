@@ -1,5 +1,7 @@
 // Object identifiers as text and DER (X.690, 8.19), and the maps that name them.
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
@@ -313,15 +315,28 @@ struct file_closer_t {
   void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 
-// The whole file, or nothing if it cannot be read whole.
-std::string read_file(const std::string& path) {
+constexpr long max_config_size = 1L << 20;
+
+bool is_regular_file(const std::string& path) {
+  struct stat status = {};
+  return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// The whole file, or nothing if it cannot be read whole. Every program that links the library waits
+// for this: opening a FIFO would not end, and reading a large file would take long.
+std::string read_config_file(const std::string& path) {
+  if (!is_regular_file(path)) {
+    return {};
+  }
   const std::unique_ptr<std::FILE, file_closer_t> file(std::fopen(path.c_str(), "rb"));
-  // A directory opens too, and may have any size; but nothing can be read from it.
-  if (file == nullptr || std::fgetc(file.get()) == EOF) {
+  if (file == nullptr) {
     return {};
   }
   static_cast<void>(std::fseek(file.get(), 0, SEEK_END));
   const long end = std::ftell(file.get());
+  if (end > max_config_size) {
+    return {};
+  }
   std::string text(static_cast<std::size_t>(end < 0 ? 1 : end), 0);
   std::rewind(file.get());
   if (std::fread(text.data(), text.size(), 1, file.get()) != 1) {
@@ -332,7 +347,7 @@ std::string read_file(const std::string& path) {
 
 struct default_file_oid_map_t : default_oid_map_t {
   default_file_oid_map_t() {
-    const std::string text = read_file(std::string(system_config_dir()) + "zeloids.cfg");
+    const std::string text = read_config_file(std::string(system_config_dir()) + "zeloids.cfg");
     oid_map_parse_(*this, text.data(), static_cast<unsigned>(text.size()));
   }
 };

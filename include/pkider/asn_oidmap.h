@@ -29,9 +29,16 @@ struct OIDmaps_t;
 typedef OIDmaps_t* oid_map_handle_t;
 
 // The built-in map of X.500 attribute types, and the same map extended by the lines of the file
-// "zeloids.cfg" in system_config_dir() (platform.h), if it can be read. Both are built when the
-// library is loaded and live until the process exits: never release them. A line of the file cannot
+// "zeloids.cfg" in system_config_dir() (platform.h). Both are built when the library is loaded, live
+// until it is unloaded or the process exits, and must not be released.
+//
+// Only a regular file of at most 1 MiB is read; anything else is as no file. A line of it cannot
 // rename a built-in OID; it adds new OIDs, and new short names for known ones.
+//
+// A line that gives a known short name to another OID (1.2.643.100.3 = CN) is kept for that OID
+// alone: the OID is then written CN, but CN is still read as 2.5.4.3. Two different names so get one
+// normal form (printable_dn_normalize), whose DER is that of 2.5.4.3: choose short names that are
+// new.
 extern PKIDER_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT;
 extern PKIDER_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT_FILE;
 
