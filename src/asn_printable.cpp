@@ -162,8 +162,8 @@ const char* chars(const unsigned char* p) {
   return reinterpret_cast<const char*>(p);
 }
 
-// Puts a backslash before each special character of `text` from `begin` on, from the last to the
-// first, so that every byte moves once.
+// Q27: puts a backslash before each special character of `text` from `begin` on, from the last to
+// the first, so that every byte moves once.
 void escape_from(std::string& text, std::size_t begin) {
   const auto special = [](char c) { return (class_of(c) & is_special) != 0; };
   const char* const raw = text.data();
@@ -441,7 +441,7 @@ class unescaped_t {
   bool skipped_ = false;
 };
 
-// name = value   with a backslash before special characters and pairs of hexadecimal digits.
+// Q56: name = value   with a backslash before special characters and pairs of hexadecimal digits.
 bool read_plain(const char* p, const char* end, std::string& scratch, dn_value_t& value) {
   unescaped_t text(p, scratch);
   unsigned classes = 0;

@@ -26,7 +26,7 @@ inline std::string_view name_of(const RDNdescr_t& attribute) {
 enum byte_class_t : unsigned char {
   not_printable = 1,  // outside PrintableString's alphabet
   not_ascii = 2,
-  is_special = 4,  // Q27: one of the nine that a backslash must escape
+  is_special = 4,  // one of the nine that a backslash must escape
   is_end = 8,      // the terminating zero
   ends_name = 16,  // '=', a blank or the terminating zero
 };

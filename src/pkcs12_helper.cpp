@@ -116,7 +116,7 @@ bool asn_read_pkcs12_MacData(const unsigned char* der, unsigned len, pkcs12_mac_
   if (!asn1_read_tag_i_(asn_tag_t::INTEGER, &input, &iterations)) {
     return false;
   }
-  if (iterations.len == 0) {
+  if (iterations.len == 0) {  // Q5
     out.mac_iterations = 1;
     return true;
   }

@@ -99,6 +99,13 @@ std::string read_signalg(const exact_t& in) {
   return show(in, ok, {alg.oid, alg.params}) + (ok ? hex_number(alg.to_pki_alg()) : "");
 }
 
+template <class Text, class = void>
+constexpr bool reads_digest_from = false;
+template <class Text>
+constexpr bool reads_digest_from<
+    Text, std::void_t<decltype(asn_read_alg_from_digest(nullptr, std::declval<Text>()))>> = true;
+static_assert(reads_digest_from<const std::string&> && !reads_digest_from<std::string>);
+
 // The OID is left in the result also when a later element is at fault.
 std::string read_digest(const exact_t& in) {
   asn_algorid_t alg{blob_t{1, nullptr}};

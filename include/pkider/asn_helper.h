@@ -75,6 +75,8 @@ PKIDER_API void asn_add_alg_to_digest(std::string& digest, pki_alg_t alg);
 // `alg` is cleared first and stays so when the OID is not reached, but keeps the OID when a later
 // element is at fault. The OID may be any: PKI_OID_TO_HASH_ALG tells whether it is known.
 PKIDER_API bool asn_read_alg_from_digest(asn_algorid_t* alg, const std::string& digest_info);
+// Not for a temporary string: the view would outlive it.
+bool asn_read_alg_from_digest(asn_algorid_t* alg, const std::string&& digest_info) = delete;
 
 // ---- Public keys ----
 

@@ -36,5 +36,27 @@ for page in [*Path().glob("*.md"), *Path("docs").glob("*.md")]:
                  if not (page.parent / link).exists()]
 failures += [f"README.md does not show {output}" for output in Path("examples").glob("*.expected")
              if output.read_text() not in Path("README.md").read_text()]
+
+def dialect_ids(pattern, *folders):
+    """Each id of the dialect that a match of the pattern names, and the files that name it."""
+    files = {}
+    for path in (path for folder in folders for path in Path(folder).rglob("*") if path.is_file()):
+        for match in re.findall(pattern, path.read_text(errors="replace")):
+            for dialect_id in re.findall(r"\bQ\d+\b", match):
+                files.setdefault(dialect_id, set()).add(path)
+    return files
+
+
+commented = dialect_ids(r"//.*", "src", "include")
+tested = dialect_ids(r".*", "tests")
+rows = re.findall(r"^\| (Q\d+) \| (.*?) \|", Path("docs/dialect.md").read_text(), re.M)
+page = [row[0] for row in rows]
+failures += [f"docs/dialect.md: {name} has two lines" for name in set(page) if page.count(name) > 1]
+for place, known in ("docs/dialect.md", page), ("src", commented), ("tests", tested):
+    failures += [f"{name} is not in {place}"
+                 for name in {*page, *commented, *tested}.difference(known)]
+failures += [f"docs/dialect.md: {name} is not in a file with {function}" for name, column in rows
+             for function in re.findall(r"`(?:\w+::)?(\w+)`", column)
+             if not any(function in path.read_text() for path in commented.get(name, ()))]
 print("\n".join(failures))
 sys.exit(bool(failures))
