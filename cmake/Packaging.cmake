@@ -35,6 +35,7 @@ Headers of the pkider library, and what CMake and pkg-config need to find it.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME pkider-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/conffiles)
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "names, certificates and GOST key containers in DER
 The command pkider shows names, object identifiers, certificates, private keys
 and PKCS#12 containers, and makes and opens containers with GOST cryptography.")

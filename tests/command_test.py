@@ -99,4 +99,6 @@ class Command(unittest.TestCase):
 with tempfile.TemporaryDirectory() as directory:
     os.chdir(directory)
     os.symlink(PKIDER, "pkider")
+    for folder in "examples", "tools":
+        os.symlink(Path(ROOT, folder), folder)
     unittest.main(argv=sys.argv[:1])

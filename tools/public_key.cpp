@@ -137,7 +137,7 @@ void add_public_key(record_t& record, const std::string& where, const blob_t& el
     throw input_error_t(where, "the public key is malformed");
   }
   record.add("public key", describe_oid(key.alg.data, key.alg.size));
-  const pki_alg_t kind = PKI_OID_TO_KEY_ALG(key.alg.data, key.alg.size) & alg_codes::kind_mask;
+  const pki_alg_t kind = PKI_OID_TO_ALG(key.alg.data, key.alg.size) & alg_codes::kind_mask;
   if (kind == alg_codes::rsa || kind == alg_codes::rsassa_pss) {
     add_rsa_key(record, where, key, verbose);
   } else if (kind >= alg_codes::gost_3410 && kind <= alg_codes::gost_3410_2012_512) {

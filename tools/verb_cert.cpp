@@ -31,6 +31,11 @@ std::string negated(const blob_t& content) {
   return octets;
 }
 
+blob_t without_padding(const blob_t& number) {
+  const bool padded = number.size > 1 && number.data[0] == 0;
+  return padded ? blob_t{number.size - 1, number.data + 1} : number;
+}
+
 // A serial number as others print it: without the zero byte that keeps it positive, and with a sign
 // when it is negative.
 std::string serial_text(const blob_t& element) {
@@ -40,10 +45,9 @@ std::string serial_text(const blob_t& element) {
     return "";
   }
   if ((number.ptr[0] & 0x80) != 0) {
-    return '-' + hex(view(negated(asn1_view_(number))));
+    return '-' + hex(without_padding(view(negated(asn1_view_(number)))));
   }
-  const bool padded = number.len > 1 && number.ptr[0] == 0;
-  return padded ? hex({number.len - 1, number.ptr + 1}) : hex(asn1_view_(number));
+  return hex(without_padding(asn1_view_(number)));
 }
 
 std::string signature_text(const std::string& where, const blob_t& element) {
