@@ -3,8 +3,9 @@
 //
 // Readers return views into the caller's bytes, which must outlive them, and own nothing. On
 // failure a reader returns false; fields read before the fault keep their new values and the others
-// what they held: discard the record. Nothing outside the input is read, and bytes after the last
-// element of a structure are ignored. Everything here is pure and may be called from any thread.
+// what they held: discard the record. A record must not lie in the bytes it is read from. Nothing
+// outside the input is read, and bytes after the last element of a structure are ignored.
+// Everything here is pure and may be called from any thread.
 
 #ifndef PKIDER_ASN_HELPER_H
 #define PKIDER_ASN_HELPER_H
@@ -17,11 +18,34 @@
 
 // ---- Algorithm codes ----
 
-// An algorithm, in four byte-wide fields from the least significant: kind (01 RSA, 02 RSASSA-PSS,
-// 03 DSA, 0E GOST R 34.10, 0F and 10 GOST R 34.10-2012 with 256 and 512 bits ...), key variant (01
-// the elliptic-curve generation of GOST), hash (02 SHA1, 04 SHA256, 09 GOST R 34.11-94 ...) and
-// vendor flavour (01 ZUL, 02 CryptoPro, 04 SignalCOM). 0 is no algorithm. I2S_PKI_ALG_T lists them
-// all.
+// An algorithm, as a number of four fields. A key or cipher has a kind, a digest a hash, a
+// signature both (or a kind alone, RSASSA-PSS whose hash is in its parameters). 0 is no algorithm.
+//
+//   Bits 0 to 7: kind                  Bits 16 to 23: hash
+//     01  RSA                            01  SHA
+//     02  RSASSA-PSS                     02  SHA1
+//     03  DSA                            03  SHA224
+//     04  DHKA                           04  SHA256
+//     05  OLD DSA                        05  SHA384
+//     06  DHPN                           06  SHA512
+//     07  RC2                            07  MD2
+//     08  RC4                            08  MD5
+//     09  RC5                            09  GOST R 34.11-94
+//     0A  DES                            0A  GOST R 34.11-2012, 256 bits
+//     0B  two-key 3DES                   0B  GOST R 34.11-2012, 512 bits
+//     0C  three-key 3DES                 0C  the next free number
+//     0D  HMAC
+//     0E  GOST R 34.10-94 or -2001     Bits 24 to 31: vendor flavour
+//     0F  GOST R 34.10-2012, 256 bits    01  ZUL
+//     10  GOST R 34.10-2012, 512 bits    02  CryptoPro
+//     11  the next free number           04  SignalCOM
+//                                        08  the next free bit
+//   Bits 8 to 15: key variant
+//     01  GOST on elliptic curves: with kind 0E it makes -94 -2001, and 0F and 10 always have it
+//     02  the next free number
+//
+// So SHA256 with RSA is 00040001, and CryptoPro's GOST R 34.11-94 with GOST R 34.10-2001 0209010E.
+// I2S_PKI_ALG_T lists all that have a name.
 typedef unsigned pki_alg_t;
 
 // Bytes of a constant table: the content octets of an OID (no tag, no length), or a whole
@@ -104,7 +128,7 @@ struct asn_gost_pubkey_t {
 
 // asn_read_pubkey splits the SubjectPublicKeyInfo at `p`, of which `n` bytes may be read. A BIT
 // STRING without content is refused, and so is an `n` that is negative or does not fit 32 bits. The
-// unused-bits byte is not checked.
+// unused-bits byte is not checked, whatever it is.
 PKIDER_API bool asn_read_pubkey(const unsigned char* p, long n, asn_pubkey_t& out);
 
 // asn_read_rsa_pubkey reads modulus and exponent from `pk.key`, whatever `pk.alg` says. `out`
@@ -114,6 +138,9 @@ PKIDER_API bool asn_read_rsa_pubkey(const asn_pubkey_t& pk, asn_rsa_pubkey_t& ou
 // asn_read_gost_pubkey reads the parameter sets from `pk.params` (the first two are mandatory, a
 // third that is malformed counts as absent) and the key from `pk.key`. No set is compared with any
 // list.
+//
+// Without a third set `out.encryption_param_set` is emptied once the first two are read, also where
+// the key is then malformed and the result false.
 PKIDER_API bool asn_read_gost_pubkey(const asn_pubkey_t& pk, asn_gost_pubkey_t& out);
 
 // ---- Signatures ----

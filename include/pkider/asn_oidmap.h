@@ -29,16 +29,16 @@ struct OIDmaps_t;
 typedef OIDmaps_t* oid_map_handle_t;
 
 // The built-in map of X.500 attribute types, and the same map extended by the lines of the file
-// "zeloids.cfg" in system_config_dir() (platform.h). Both are built when the library is loaded, live
-// until it is unloaded or the process exits, and must not be released.
+// "zeloids.cfg" in system_config_dir() (platform.h). Both are built when the library is loaded,
+// live until it is unloaded or the process exits, and must not be released.
 //
 // Only a regular file of at most 1 MiB is read; anything else is as no file. A line of it cannot
 // rename a built-in OID; it adds new OIDs, and new short names for known ones.
 //
 // A line that gives a known short name to another OID (1.2.643.100.3 = CN) is kept for that OID
-// alone: the OID is then written CN, but CN is still read as 2.5.4.3. Two different names so get one
-// normal form (printable_dn_normalize), whose DER is that of 2.5.4.3: choose short names that are
-// new.
+// alone: the OID is then written CN, but CN is still read as 2.5.4.3. Two different names so get
+// one normal form (printable_dn_normalize), though their DER differs: give new OIDs new short
+// names.
 extern PKIDER_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT;
 extern PKIDER_API const oid_map_handle_t OID_MAP_HANDLE_DEFAULT_FILE;
 
@@ -64,13 +64,15 @@ PKIDER_API bool oid_asn_to_str_(const unsigned char* begin, const unsigned char*
 //
 //   2.5.4.3 = CN, commonName
 //
-// Blanks (space, tab) are free around '=' and ','. A short name runs up to a blank, '=', ',' or the
-// line's end; a long name from after the ',' to the line's end, trailing blanks included. Lines
-// that do not begin with a valid OID and '=' are ignored, so any other text is a comment. Where two
-// lines give the same DER, dotted text or short name, the first is found by it.
+// Blanks (space, tab) are free at a line's beginning and around '=' and ','. A short name runs up
+// to a blank, '=', ',' or the line's end; a long name from after the ',' to the line's end,
+// trailing blanks included. Lines that do not begin with a valid OID and '=' are ignored, so any
+// other text is a comment. Where two lines give the same DER, dotted text or short name, the first
+// is found by it.
 //
-// Always returns a map of the caller's, to be ended with oid_map_release. The text is copied.
-// Throws std::bad_alloc only.
+// Always returns a map, which is the caller's to end with oid_map_release. The text is copied: a
+// map takes up to 40 bytes of memory for each byte of text (SECURITY.md). Throws std::bad_alloc
+// only.
 PKIDER_API oid_map_handle_t oid_map_parse(const char* text, unsigned size);
 
 // oid_map_release ends a map from oid_map_parse, and with it every entry found in it. Null is
@@ -85,7 +87,8 @@ PKIDER_API const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsign
 // oid_map_find_str finds an entry by its exact dotted text (2.5.4.03 does not find 2.5.4.3).
 PKIDER_API const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text,
                                               unsigned size);
-// oid_map_find_sn finds an entry by its short name, ignoring ASCII case.
+// oid_map_find_sn finds an entry by its short name: of the same size, and equal but for ASCII case.
+// Nothing is compared after a zero byte in both.
 PKIDER_API const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned size);
 
 #endif

@@ -10,7 +10,7 @@
 //
 // Attributes are named by an OID map (asn_oidmap.h); a null map means none, and then every type is
 // a dotted OID. All functions are pure over the caller's memory: any thread. They throw
-// std::bad_alloc only.
+// std::bad_alloc only. An output must not hold the input, except where a comment says so.
 
 #ifndef PKIDER_ASN_PRINTABLE_H
 #define PKIDER_ASN_PRINTABLE_H
@@ -44,8 +44,14 @@ PKIDER_API bool printable_dn_get_attr(const char* dn, const char* attr_name, std
 // It is one forward scan and never goes back: after a component fails at the comma that ends a
 // piece, the next piece is not examined (CN=ab is not found in CN=a,CN=ab); where the last
 // component ends inside a piece the answer is false at once, whatever follows, but where a quote
-// comes next: then the scan goes on. An empty `attrs` is contained in an empty `dn` and in one that
-// begins with a comma.
+// comes next: then the scan goes on. An empty `attrs` is contained where `dn` ends, or has an empty
+// piece, before any piece that begins with another character than a quote: in an empty text, in
+// `,a` and in `"a"`, but not in `a` or `"a",b`.
+//
+// A character counts as escaped when the one before it is a backslash, even one that is escaped
+// itself: to this function `CN=x\\,O=Evil` is one piece, to printable_to_asn_dn two attributes. A
+// rule that refuses names by what they contain must not rely on a false result: let it look at the
+// DER.
 PKIDER_API bool printable_dn_contain_attrs(const char* dn, const char* attrs);
 
 // printable_dn_C_before_CN is false when an attribute CN stands before the first attribute C, or
@@ -78,8 +84,8 @@ enum PrintableDnOrder : int {
 //
 // Returns false when the DER is malformed or a value cannot be converted. What was appended then
 // stays: in direct order everything before the fault; in reverse order the finished RDNs, each with
-// its comma, and nothing of the unfinished one. After std::bad_alloc what stands in `out` behind
-// its old content is unspecified. Nothing outside the `len` bytes is read.
+// its comma, and nothing of the unfinished one. After std::bad_alloc what follows the old content
+// of `out` is unspecified. Nothing outside the `len` bytes is read.
 PKIDER_API bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& out,
                                     PrintableDnOrder order, oid_map_handle_t map);
 
@@ -116,12 +122,12 @@ PKIDER_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_ha
 // Returns true with the text in `out` and, unless `der` is null, the DER in `*der`, each replaced.
 // When `in` cannot be encoded it returns false with both untouched; when the encoding cannot be
 // decoded (a #hex value of a string type may be wrong), false with the partial text in `out` and
-// `*der` replaced. `out` may be `in` itself.
+// `*der` replaced. `out` may be `in` itself, but `der` must be neither `in` nor `out`.
 //
 // The normal form of a name is its own normal form, with three exceptions: a byte 00 of a value
 // (\00) stands as it is in `out`, where it ends the text for whoever reads it as zero-terminated; a
-// dotted type whose second arc is 40 or more prints with another first arc (oid_asn_to_str_); in a
-// map of one's own, a type may have an empty short name, or that of another type.
+// dotted type whose second arc is 40 or more prints with another first arc (oid_asn_to_str_); a map
+// with further lines may give a type an empty short name, or that of another type (asn_oidmap.h).
 PKIDER_API bool printable_dn_normalize(const std::string& in, std::string& out, std::string* der,
                                        oid_map_handle_t map);
 

@@ -25,7 +25,7 @@ struct IntToString {
   // The name of `value`, or `dflt`. Names are constants of the table.
   PKIDER_API const char* getString(unsigned value, const char* dflt) const;
 
-  // The value named `name` (zero-terminated, ASCII case ignored), or `dflt`.
+  // The value named `name` (zero-terminated, ASCII case ignored in every locale), or `dflt`.
   PKIDER_API unsigned getInt(const char* name, unsigned dflt) const;
 };
 
@@ -36,11 +36,11 @@ extern PKIDER_API const IntToString I2S_LOG_LEVEL[];
 
 // TO_HEX_STRING writes two upper-case hexadecimal digits for each of `n` bytes to `out`, with `sep`
 // between bytes unless it is 0: 2n characters, or 3n - 1, and no terminating zero. `n` must be at
-// least 1: with 0 it still reads p[0] and writes its two digits.
+// least 1: with 0 it still reads p[0] and writes its two digits. `out` must not overlap the bytes.
 PKIDER_API void TO_HEX_STRING(const unsigned char* p, unsigned n, char* out, char sep);
 
-// TO_HEX_STD_STRING appends the same text to `s`, nothing for `n` = 0, and returns `s`. Throws
-// std::bad_alloc only, and then leaves `s` as it was.
+// TO_HEX_STD_STRING appends the same text to `s`, nothing for `n` = 0, and returns `s`. The bytes
+// must not be those of `s`. Throws std::bad_alloc only, and then leaves `s` as it was.
 PKIDER_API std::string& TO_HEX_STD_STRING(const unsigned char* p, unsigned n, std::string& s,
                                           char sep);
 
@@ -51,7 +51,8 @@ PKIDER_API std::string& TO_HEX_STD_STRING(const unsigned char* p, unsigned n, st
 typedef std::uint64_t cert_time64_t;
 
 // mktime_utc_ converts a broken-down UTC time to time_t; -1 when the platform cannot, or the result
-// does not fit time_t. `utc` is not changed.
+// does not fit time_t. A -1 of the C library's mktime counts as a failure, even where it is the
+// time itself (the last second of 1969 in local time). `utc` is not changed.
 //
 // It is mktime corrected by the local zone's offset as it is now, not as it was or will be at the
 // converted time, and `utc->tm_isdst` is used as it stands: across a change of the zone's offset
@@ -85,8 +86,8 @@ PKIDER_API std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& s);
 
 // CertTimeFromLogStringGMT reads six numbers in the form that CertTimeToLogStringGMT writes; what
 // follows them is ignored. Returns the invalid time when there are fewer, the year is before 1900
-// or does not fit 24 bits, or month or day is 0. The other fields have no upper limit and are
-// truncated to 8 bits.
+// or above 16777215, or month or day is 0, negative, or 2^31 and more. Up to there no field has an
+// upper limit: all but the year are truncated to 8 bits.
 PKIDER_API cert_time64_t CertTimeFromLogStringGMT(const std::string& text);
 
 // CertTimeToString appends local time as "DD.MM.YYYY hh:mm:ss" to `s` and returns it; the UTC

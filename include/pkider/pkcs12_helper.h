@@ -65,8 +65,9 @@ struct pkcs12_easy_t {
 //
 // The bytes that verify_mac and compute_mac are given are a complete OCTET STRING element, tag and
 // length included, whose content is the AuthenticatedSafe; RFC 7292 computes the MAC over that
-// content. verify_mac is called before anything inside the container is checked: where that is not
-// such an element it is given it all the same, of any size, and the read fails afterwards.
+// content. verify_mac may get further bytes after that element, which the MAC does not cover. It is
+// called before anything inside the container is checked: where there is no such element it is
+// given what is there all the same, of any size, and the read fails afterwards.
 class pbe_crypto_t {
  public:
   // Tells whether `mac` is right for `data`. Called once per read, before any bag is parsed.
@@ -77,9 +78,9 @@ class pbe_crypto_t {
   virtual bool compute_mac(const unsigned char* data, unsigned size, pkcs12_mac_t& mac) = 0;
 
   // Decrypts `data` into `plaintext`, which arrives empty, and returns true; or returns false, and
-  // that key or SafeContents is left out of the model. Called once for each encrypted part. The
-  // plaintext of a SafeContents must be the complete OCTET STRING element around it; that of a
-  // shrouded key is its PrivateKeyInfo.
+  // that key or SafeContents is left out of the model. Called once for each encrypted part whose
+  // parameters asn_read_pkcs5_pbe_gost reads. The plaintext of a SafeContents must be the complete
+  // OCTET STRING element around it; that of a shrouded key is its PrivateKeyInfo.
   virtual bool decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
                        std::string& plaintext) = 0;
 
@@ -101,10 +102,14 @@ class pbe_crypto_t {
 // with another scheme than PBES2-GOST or that `crypto` does not decrypt. Shrouded keys become plain
 // keys of `encrypted_bags`.
 //
+// An encrypted part whose PRF has no parameters counts as one of another scheme: the result is
+// true, `decrypt` is not called for it, and nothing of it is in the model. Whoever expects a key
+// and finds none should try examples/prf_parameters.cpp.
+//
 // Returns false when the structure is malformed, the outer content is not of type data, there is no
 // MacData, or `crypto` refuses the MAC. There is no roll-back: `out` may then hold bags whose
-// views are dangling, and the only thing to do with it is to destroy it. Plaintexts that are not
-// kept are wiped.
+// views are dangling, and the only thing to do with it is to destroy it. The same holds where
+// `crypto` throws. Plaintexts that are not kept are wiped.
 PKIDER_API bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe_crypto_t* crypto,
                                      pkcs12_easy_t& out);
 

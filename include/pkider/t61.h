@@ -1,7 +1,7 @@
 // T.61 (Teletex) strings to UTF-8, for the T61String values of old certificates.
 //
 // The repertoire is that of ITU-T T.61: one byte a character, and non-spacing diacritic prefixes
-// (C1 to CF) that combine with the byte after them.
+// (C1 to CF, but for C9, which is not assigned) that combine with the byte after them.
 
 #ifndef PKIDER_T61_H
 #define PKIDER_T61_H
@@ -16,7 +16,7 @@
 // it give the precomposed letter where Unicode has one; the spacing accent before a space or 00;
 // else that byte taken as a code point, then the combining mark. The byte after a prefix is not
 // checked. A prefix that is the last byte is combined with the byte after the input, src[len],
-// which must then be readable. Throws std::bad_alloc only.
+// which must then be readable. The text must not lie in `out`. Throws std::bad_alloc only.
 PKIDER_API bool ldap_t61s_to_utf8s(const char* src, unsigned len, std::string& out);
 
 // ldap_x_wc_to_utf8 encodes one code point in the 1-to-6-byte form of UTF-8 (RFC 2279).
