@@ -239,7 +239,8 @@ pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned len) {
 
 // ---- DigestInfo ----
 
-// DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
+// DigestInfo (RFC 8017, A.2.4) ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier,
+//   digest OCTET STRING }
 void asn_add_alg_to_digest(std::string& digest, pki_alg_t alg) {
   const pki_oid_ref_t* oid = PKI_HASH_ALG_TO_OID(alg);
   asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
@@ -267,8 +268,9 @@ bool asn_read_alg_from_digest(asn_algorid_t* alg, const std::string& digest_info
 
 // ---- Public keys ----
 
-// SubjectPublicKeyInfo ::= SEQUENCE { algorithm AlgorithmIdentifier, subjectPublicKey BIT STRING }
-// AlgorithmIdentifier  ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL }
+// SubjectPublicKeyInfo (RFC 5280, 4.1) ::= SEQUENCE { algorithm AlgorithmIdentifier,
+//   subjectPublicKey BIT STRING }
+// AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY OPTIONAL }
 bool asn_read_pubkey(const unsigned char* p, long n, asn_pubkey_t& out) {
   if (n < 0 || static_cast<unsigned long>(n) > std::numeric_limits<unsigned>::max()) {
     return false;
@@ -306,7 +308,7 @@ static void drop_zeros(blob_t& number) {
   }
 }
 
-// RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
+// RSAPublicKey (RFC 8017, A.1.1) ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER }
 bool asn_read_rsa_pubkey(const asn_pubkey_t& pk, asn_rsa_pubkey_t& out) {
   asn_iter_t input = asn1_iter_(pk.key);
   asn_iter_t key;
@@ -333,7 +335,7 @@ static bool read_oid_element(asn_iter_t* cur, blob_t& element) {
   return true;
 }
 
-// GostR3410-PublicKeyParameters ::= SEQUENCE { publicKeyParamSet OBJECT IDENTIFIER,
+// GostR3410-PublicKeyParameters (RFC 4491, 2.3) ::= SEQUENCE { publicKeyParamSet OBJECT IDENTIFIER,
 //   digestParamSet OBJECT IDENTIFIER, encryptionParamSet OBJECT IDENTIFIER OPTIONAL }
 // GostR3410-PublicKey ::= OCTET STRING
 bool asn_read_gost_pubkey(const asn_pubkey_t& pk, asn_gost_pubkey_t& out) {
@@ -353,7 +355,7 @@ bool asn_read_gost_pubkey(const asn_pubkey_t& pk, asn_gost_pubkey_t& out) {
 
 // ---- Signatures ----
 
-// Dss-Sig-Value ::= SEQUENCE { r INTEGER, s INTEGER }
+// Dss-Sig-Value (RFC 3279, 2.2.2) ::= SEQUENCE { r INTEGER, s INTEGER }
 bool asn_read_dsa_certsign(const unsigned char* p, unsigned n, asn_dsa_certsign_t& out) {
   asn_iter_t input = {p, n};
   asn_iter_t value;
@@ -365,6 +367,7 @@ bool asn_read_dsa_certsign(const unsigned char* p, unsigned n, asn_dsa_certsign_
   return asn1_read_view_(asn_tag_t::INTEGER, &rest, &out.s);
 }
 
+// AlgorithmIdentifier, as certificates and IKE (RFC 7427, A) carry it
 bool asn_read_ike_signalg(const unsigned char* p, unsigned n, asn_ike_signalg_t& out) {
   asn_iter_t input = {p, n};
   asn_iter_t algorithm;
@@ -391,7 +394,8 @@ bool read_optional_field(unsigned char number, asn_tag_t::Type type, asn_iter_t*
          asn1_read_tag_i_(type, &wrapper, field);
 }
 
-// RSASSA-PSS-params ::= SEQUENCE { hashAlgorithm [0] AlgorithmIdentifier DEFAULT sha1,
+// RSASSA-PSS-params (RFC 4055, 3.1) ::= SEQUENCE {
+//   hashAlgorithm [0] AlgorithmIdentifier DEFAULT sha1,
 //   maskGenAlgorithm [1] AlgorithmIdentifier DEFAULT mgf1SHA1, saltLength [2] INTEGER DEFAULT 20,
 //   trailerField [3] INTEGER DEFAULT 1 }
 // Yields the hash's OID, left as it was where it is the default.

@@ -1,7 +1,8 @@
 // Distinguished names: queries and edits on their text, DER to text, text to DER.
 
 #include <algorithm>
-#include <cstring>
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 #include <pkider/asn_helper.h>
@@ -123,7 +124,7 @@ char* printable_dn_reverse(char* dn) {
   if (count < 2) {
     return dn;
   }
-  // Every RDN is turned around where it stands, behind the splitter's back, then all of them.
+  // Every RDN is reversed where it stands, after the splitter has passed it, then the whole text.
   char* begin = dn;
   char* end = nullptr;
   const auto turn = [&](const RDNdescr_t& attribute) {
@@ -298,7 +299,7 @@ void reverse_from(std::string& text, std::size_t begin) {
 
 }  // namespace
 
-// Name ::= SEQUENCE OF RelativeDistinguishedName
+// Name ::= SEQUENCE OF RelativeDistinguishedName (RFC 5280, 4.1.2.4)
 bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& out,
                          PrintableDnOrder order, oid_map_handle_t map) {
   asn_iter_t input = {der, len};
@@ -313,7 +314,7 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& ou
   reserve_string_(out, len);
   // Q26: the order is that of the DER unless the caller asks for the other.
   //
-  // Reverse order in linear time: every RDN is turned around where it stands, then all of them.
+  // Reverse order in linear time: every RDN is reversed where it stands, then the whole text.
   const bool reverse = order == DN_ORDER_REVERSE;
   name_printer_t printer(der + len, out, map);
   bool complete = true;

@@ -29,7 +29,7 @@ std::string map(const row_t& row) {
   return to_hex(bytes_of(*to_oid(code_of(row.argument)))) + " = " + hex_number(code);
 }
 
-// The code that the form is read back as stands behind it.
+// The form, and the code that it is read back as.
 std::string form(const row_t& row) {
   const auto* const formed = asn_form_ike_signalg(code_of(row.input));
   const exact_t in(bytes_of(*formed));

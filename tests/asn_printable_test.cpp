@@ -110,7 +110,7 @@ TEST(Names, Rows) {
              }}});
 }
 
-// As it stands, behind a backslash, as two digits behind one, and back from DER (Q27, Q29, Q37).
+// As it stands, after a backslash, as two digits after one, and back from DER (Q27, Q29, Q37).
 TEST(Names, EveryByteOfAValue) {
   for (unsigned byte = 1; byte < 0x100; ++byte) {
     const std::string c(1, static_cast<char>(byte));

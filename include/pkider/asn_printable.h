@@ -43,8 +43,8 @@ PKIDER_API bool printable_dn_get_attr(const char* dn, const char* attr_name, std
 //
 // It is one forward scan and never goes back: after a component fails at the comma that ends a
 // piece, the next piece is not examined (CN=ab is not found in CN=a,CN=ab); where the last
-// component ends inside a piece the answer is false at once, whatever follows, but where a quote
-// comes next: then the scan goes on. An empty `attrs` is contained where `dn` ends, or has an empty
+// component ends inside a piece the answer is false at once, whatever follows, unless a quote comes
+// next: then the scan goes on. An empty `attrs` is contained where `dn` ends, or has an empty
 // piece, before any piece that begins with another character than a quote: in an empty text, in
 // `,a` and in `"a"`, but not in `a` or `"a",b`.
 //
