@@ -348,7 +348,9 @@ std::string read_config_file(const std::string& path) {
 struct default_file_oid_map_t : default_oid_map_t {
   default_file_oid_map_t() {
     const std::string text = read_config_file(std::string(system_config_dir()) + "zeloids.cfg");
-    oid_map_parse_(*this, text.data(), static_cast<unsigned>(text.size()));
+    if (!text.empty()) {
+      oid_map_parse_(*this, text.data(), static_cast<unsigned>(text.size()));
+    }
   }
 };
 

@@ -8,7 +8,7 @@
 //
 //   head    03 55 04 03 00 00 00 00: the size, then up to seven bytes of the key. A key of at most
 //           seven bytes is in its head whole, so that comparing two heads compares the keys.
-//   slot    hint + 16 * size, modulo 256: 3 + 48 = 51. The hint of DER and dotted text is the last
+//   slot    hint + 16 * size, modulo 64: 3 + 48 = 51. The hint of DER and dotted text is the last
 //           byte, which tells attribute types apart; that of short names is made of the first two.
 //   empty   Every entry's own slot holds a row: its own, or the first of several that share the
 //           slot. An empty slot therefore means that no entry has this key.
@@ -155,7 +155,7 @@ class oid_index_t {
     return oid_map_compare_t<Key, Size, Compare>()(*a.entry, *b.entry);
   }
 
-  static constexpr unsigned slots = 256;
+  static constexpr unsigned slots = 64;
 
   std::vector<row_t> rows_;
   std::array<row_t, slots> shortcuts_;
