@@ -155,6 +155,7 @@ class oid_index_t {
     return oid_map_compare_t<Key, Size, Compare>()(*a.entry, *b.entry);
   }
 
+  // Few, since every program that starts pays for the memory that the default maps touch.
   static constexpr unsigned slots = 64;
 
   std::vector<row_t> rows_;
