@@ -11,7 +11,7 @@
 #include "asn_algorids.h"
 #include "asn_cursor.h"
 #include "asn_oids.h"
-#include "der_writer.h"
+#include "digest_info.h"
 #include "out_string.h"
 
 using namespace alg_codes;
@@ -239,17 +239,10 @@ pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned len) {
 
 // ---- DigestInfo ----
 
-// DigestInfo (RFC 8017, A.2.4) ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier,
-//   digest OCTET STRING }
 void asn_add_alg_to_digest(std::string& digest, pki_alg_t alg) {
-  const pki_oid_ref_t* oid = PKI_HASH_ALG_TO_OID(alg);
-  asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);
-  algorithm.append_element(asn_tag_t::OID, oid->data, oid->size);  // Q15: empty for no digest
-  algorithm.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
-  asn_tag_t_<128> digest_info(asn_tag_t::SEQUENCE);
-  digest_info.append_tag(algorithm);
-  digest_info.append_element(asn_tag_t::OCTET_STRING, digest.data(), size32_(digest));
-  assign_tag_(digest, digest_info);
+  const pki_oid_ref_t* algorithm = PKI_HASH_ALG_TO_OID(alg);  // Q15: empty for no digest
+  asn1::assign(
+      digest, asn1::digest_info(asn1::oid({algorithm->size, algorithm->data}), asn1::view(digest)));
 }
 
 bool asn_read_alg_from_digest(asn_algorid_t* alg, const std::string& digest_info) {

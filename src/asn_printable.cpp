@@ -17,6 +17,8 @@
 #include "out_string.h"
 #include "t61_utf8.h"
 
+using namespace asn1;
+
 using namespace dn_text;
 
 // ---- Queries and edits on the text ----
@@ -536,45 +538,48 @@ bool read_value(const RDNdescr_t& attribute, unsigned classes, std::string& scra
   return read_plain(begin, end, scratch, value);
 }
 
-// AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
-// The type is found in the map, or else spelled as a dotted OID.
-bool append_type(const RDNdescr_t& attribute, oid_map_handle_t map, asn_tag_t_<320>& pair) {
+// The type is found in the map, or else spelled as a dotted OID, which goes to `der`. Empty when it
+// is neither.
+blob_t find_type(const RDNdescr_t& attribute, oid_map_handle_t map, unsigned char (&der)[512]) {
   const std::string_view name = name_of(attribute);
   const OIDdescr_t* entry =
       map == nullptr ? nullptr : oid_map_find_sn(map, name.data(), size32_(name.size()));
   if (entry != nullptr) {
-    pair.append_element(asn_tag_t::OID, entry->oid_asn, entry->oid_asn_size);
-    return true;
+    return {entry->oid_asn_size, entry->oid_asn};
   }
-  unsigned char der[512];
-  const unsigned size = oid_str_to_asn_(attribute.name_begin, attribute.name_end, der);
-  pair.append_element(asn_tag_t::OID, der, size);
-  return size != 0;
+  return {oid_str_to_asn_(attribute.name_begin, attribute.name_end, der), der};
 }
 
 }  // namespace
 
+// Name ::= SEQUENCE OF RelativeDistinguishedName
+// RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
+// AttributeTypeAndValue     ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
 bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map) {
   asn_tag_t_<1024> name(asn_tag_t::SEQUENCE);
   asn_tag_t_<512> rdn(asn_tag_t::SET);
-  asn_tag_t_<320> pair(asn_tag_t::SEQUENCE);
   std::string scratch;
+  unsigned char dotted[512];
   for (dn_splitter_t splitter(dn); splitter.more();) {
     RDNdescr_t attribute;
     dn_value_t value;
-    pair.reset(asn_tag_t::SEQUENCE);
-    if (!splitter.next(attribute) || !append_type(attribute, map, pair) ||
-        !read_value(attribute, splitter.value_classes(), scratch, value)) {
+    if (!splitter.next(attribute)) {
       return false;
     }
-    pair.append_element(value.tag, value.data, size32_(value.size));
-    append_one_of_many_(rdn, pair);  // Q39: in text order
+    const blob_t type = find_type(attribute, map, dotted);
+    if (type.size == 0 || !read_value(attribute, splitter.value_classes(), scratch, value)) {
+      return false;
+    }
+    const auto pair = sequence(
+        oid(type), primitive(value.tag, {size32_(value.size),
+                                         reinterpret_cast<const unsigned char*>(value.data)}));
+    append_one_of_many(rdn, pair);  // Q39: in text order
     if (!splitter.joins_next()) {
-      append_one_of_many_(name, rdn);
+      append_one_of_many(name, encoded({rdn.encoded_size(), rdn.encoded()}));
       rdn.reset(asn_tag_t::SET);
     }
   }
-  assign_tag_(der, name);
+  assign(der, encoded({name.encoded_size(), name.encoded()}));
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <pkider/asn_reader.h>
 
 #include "asn_cursor.h"
+#include "der_writer.h"
 #include "out_string.h"
 
 const unsigned char* asn1_read_tag(asn_tag_t::Type type, const unsigned char* p, unsigned n,
@@ -37,21 +38,6 @@ bool asn_read_INTEGER(const void* p, unsigned n, unsigned& value, unsigned limit
 }
 
 void asn_write_INTEGER(unsigned value, std::string& out) {
-  char octets[5];
-  unsigned count = 0;
-  for (unsigned shift = 32; shift != 0;) {
-    shift -= 8;
-    const unsigned byte = value >> shift & 0xFF;
-    if (byte == 0) {  // Q7: inner and trailing zero bytes go too
-      continue;
-    }
-    if (count == 0 && byte >= 0x80) {
-      octets[count++] = 0;
-    }
-    octets[count++] = static_cast<char>(byte);
-  }
-  if (count == 0) {
-    octets[count++] = 0;
-  }
-  append_string_(out, {octets, count});
+  const integer_octets_t content = integer_octets_(value);
+  append_string_(out, {reinterpret_cast<const char*>(content.octets), content.size});
 }

@@ -1,3 +1,5 @@
+// PKCS#12 containers (RFC 7292) and the PKCS#7 ContentInfo (RFC 2315) that they are made of.
+
 #include <utility>
 
 #include <pkider/asn_tag.h>
@@ -6,8 +8,11 @@
 #include "asn_cursor.h"
 #include "asn_oids.h"
 #include "der_writer.h"
-#include "out_string.h"
+#include "digest_info.h"
+#include "pkcs12_writer.h"
 #include "secret.h"
+
+using namespace asn1;
 
 // ---- The model ----
 
@@ -59,11 +64,6 @@ class plaintext_t {
   std::list<std::string> node_ = std::list<std::string>(1);
 };
 
-template <unsigned N, unsigned M>
-void append_oid(asn_tag_t_<N>& parent, const unsigned char (&oid)[M]) {
-  parent.append_element(asn_tag_t::OID, oid, M);
-}
-
 // ---- PKCS#7 ContentInfo ----
 
 // ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] EXPLICIT ANY }
@@ -85,15 +85,17 @@ bool asn_read_pkcs7_data(const unsigned char* der, unsigned len, blob_t& out) {
   return asn1_read_view_(asn_tag_t::OCTET_STRING, &input, &out);
 }
 
-void asn_write_pkcs7_ContentInfo(const unsigned char (&type)[9], const asn_tag_t_<0>& content,
-                                 asn_tag_t_<0>& out) {
-  asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
-  append_oid(info, type);
-  info.append_element(asn_tag_t::CONTEXT_0, content.encoded(), content.encoded_size());
-  out.append_tag(info);
+template <class Content>
+auto content_info(const unsigned char (&type)[9], const Content& content) {
+  return sequence(oid(type), context_0(content));
 }
 
 }  // namespace
+
+void asn_write_pkcs7_ContentInfo(const unsigned char (&type)[9], const asn_tag_t_<0>& content,
+                                 asn_tag_t_<0>& out) {
+  append(out, content_info(type, encoded({content.encoded_size(), content.encoded()})));
+}
 
 // ---- MacData ----
 
@@ -125,20 +127,10 @@ bool asn_read_pkcs12_MacData(const unsigned char* der, unsigned len, pkcs12_mac_
 
 namespace {
 
-void append_mac_data(const pkcs12_mac_t& mac, asn_tag_t_<0>& out) {
-  asn_tag_t_<32> algorithm(asn_tag_t::SEQUENCE);  // Q50: whatever mac.digest_alg says
-  append_oid(algorithm, g_oid_GOSTR3411);
-  algorithm.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
-
-  asn_tag_t_<128> digest_info(asn_tag_t::SEQUENCE);
-  digest_info.append_tag(algorithm);
-  digest_info.append_element(asn_tag_t::OCTET_STRING, mac.digest.data, mac.digest.size);
-
-  asn_tag_t_<256> mac_data(asn_tag_t::SEQUENCE);
-  mac_data.append_tag(digest_info);
-  mac_data.append_element(asn_tag_t::OCTET_STRING, mac.mac_salt.data, mac.mac_salt.size);
-  append_INTEGER_(mac_data, mac.mac_iterations);
-  out.append_tag(mac_data);
+// Q50: the algorithm is written whatever mac.digest_alg says.
+auto mac_data(const pkcs12_mac_t& mac) {
+  return sequence(digest_info(oid(g_oid_GOSTR3411), mac.digest), octet_string(mac.mac_salt),
+                  integer(mac.mac_iterations));
 }
 
 // ---- SafeContents ----
@@ -252,76 +244,48 @@ bool asn_read_pkcs12_bags(const unsigned char* der, unsigned len, bool encrypted
   return true;
 }
 
-// At least the encoded size of a bag: its parts, and all headers and OIDs at their longest. What is
-// in a bag may be secret: its builders get all their room before it, so that they outgrow no
-// buffer that holds it.
-std::uint64_t bag_room(const pkcs12_bag_t& bag) {
-  constexpr unsigned headers_and_oids = 128;
-  return std::uint64_t{bag.value.size} + bag.friendly_name.size + bag.local_key_id.size +
-         headers_and_oids;
+// Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF ANY }
+auto attribute(const unsigned char (&type)[9], unsigned char value_tag, const blob_t& value) {
+  return optional(value.size != 0, sequence(oid(type), set(primitive(value_tag, value))));
 }
 
-template <unsigned N>
-void append_attribute(asn_tag_t_<N>& attributes, const unsigned char (&type)[9],
-                      unsigned char value_tag, const blob_t& value) {
-  if (value.size == 0) {
-    return;
-  }
-  secret_tag_t_<128> values(asn_tag_t::SET);
-  values.append_element(value_tag, value.data, value.size);
-  secret_tag_t_<128> attribute(asn_tag_t::SEQUENCE);
-  append_oid(attribute, type);
-  attribute.append_tag(values);
-  attributes.append_tag(attribute);
+// CertBag ::= SEQUENCE { certId OBJECT IDENTIFIER, certValue [0] EXPLICIT OCTET STRING }
+auto cert_bag(const blob_t& certificate) {
+  return sequence(oid(g_oid_pkcs9_ct_x509Certificate), context_0(octet_string(certificate)));
 }
 
-void append_certificate(const blob_t& certificate, asn_tag_t_<256>& safe_bag) {
-  secret_tag_t_<256> value(asn_tag_t::CONTEXT_0);
-  value.append_element(asn_tag_t::OCTET_STRING, certificate.data, certificate.size);
-  secret_tag_t_<256> cert_bag(asn_tag_t::SEQUENCE);
-  append_oid(cert_bag, g_oid_pkcs9_ct_x509Certificate);
-  cert_bag.append_tag(value);
-  safe_bag.append_element(asn_tag_t::CONTEXT_0, cert_bag.encoded(), cert_bag.encoded_size());
+// SafeBag ::= SEQUENCE { bagId OBJECT IDENTIFIER, bagValue [0] EXPLICIT ANY,
+//   bagAttributes SET OF Attribute OPTIONAL }
+// Q53: of any other type there are only the attributes.
+auto safe_bag(const pkcs12_bag_t& bag) {
+  const auto key = optional(bag.type == PKCS12_BAG_KEY, oid(g_oid_pkcs12_id_keyBag),
+                            context_0(encoded(bag.value)));
+  const auto cert = optional(bag.type == PKCS12_BAG_CERT, oid(g_oid_pkcs12_id_certBag),
+                             context_0(cert_bag(bag.value)));
+  const auto name =
+      attribute(g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING, bag.friendly_name);
+  const auto id = attribute(g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING, bag.local_key_id);
+  return sequence(key, cert, optional(name.size() + id.size() != 0, set(name, id)));
 }
+
+// SafeContents ::= SEQUENCE OF SafeBag
+auto safe_contents(const std::list<pkcs12_bag_t>& bags) {
+  return sequence_of(bags, [](const pkcs12_bag_t& bag) { return safe_bag(bag); });
+}
+
+}  // namespace
 
 void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out) {
-  secret_tag_t_<256> safe_bag(asn_tag_t::SEQUENCE);
-  const unsigned room = size32_(bag_room(bag));
-  safe_bag.reserve(room);
-  if (bag.type == PKCS12_BAG_KEY) {
-    append_oid(safe_bag, g_oid_pkcs12_id_keyBag);
-    safe_bag.append_element(asn_tag_t::CONTEXT_0, bag.value.data, bag.value.size);
-  } else if (bag.type == PKCS12_BAG_CERT) {
-    append_oid(safe_bag, g_oid_pkcs12_id_certBag);
-    append_certificate(bag.value, safe_bag);
-  }
-  // Q53: nothing but the attributes for any other type.
-  secret_tag_t_<256> attributes(asn_tag_t::SET);
-  attributes.reserve(room - bag.value.size);
-  append_attribute(attributes, g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING,
-                   bag.friendly_name);
-  append_attribute(attributes, g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING,
-                   bag.local_key_id);
-  if (attributes.len != 0) {
-    safe_bag.append_tag(attributes);
-  }
-  out.append_tag(safe_bag);
+  append(out, safe_bag(bag));
 }
 
 void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out) {
-  std::uint64_t room = 0;
-  for (const pkcs12_bag_t& bag : bags) {
-    room += bag_room(bag);
-  }
-  secret_tag_t_<0> contents(asn_tag_t::SEQUENCE);
-  contents.reserve(size32_(room));
-  for (const pkcs12_bag_t& bag : bags) {
-    asn_write_pkcs12_bag(bag, contents);
-  }
-  out.append_tag(contents);
+  append(out, safe_contents(bags));
 }
 
 // ---- The easy API ----
+
+namespace {
 
 // Q46: a version is taken for `wanted` when it is one byte long, whatever that is, or begins with
 // it.
@@ -436,51 +400,58 @@ bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe_crypto_t* 
 
 namespace {
 
-void append_plain_safe(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& safes) {
-  asn_tag_t_<0> contents(asn_tag_t::OCTET_STRING);
+// EncryptedData: its parameters and ciphertext, empty where nothing is encrypted.
+struct ciphertext_t {
+  std::string algorithm;
+  std::string octets;
+};
+
+void encrypt(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* crypto, ciphertext_t& out) {
+  secret_tag_t_ contents(asn_tag_t::OCTET_STRING);  // Q48
   asn_write_pkcs12_bags(bags, contents);
-  asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, contents, safes);
+  pkcs5_pbe_gost_t pbe;
+  crypto->encrypt(contents.encoded(), contents.encoded_size(), pbe, out.octets);  // Q55
+  asn_write_pkcs5_pbe_gost(pbe, out.algorithm);
 }
 
-void append_encrypted_safe(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* crypto,
-                           asn_tag_t_<0>& safes) {
-  pkcs5_pbe_gost_t pbe;
-  std::string ciphertext;
-  secret_tag_t_<0> contents(asn_tag_t::OCTET_STRING);
-  asn_write_pkcs12_bags(bags, contents);
-  crypto->encrypt(contents.encoded(), contents.encoded_size(), pbe, ciphertext);  // Q55
-  std::string algorithm;
-  asn_write_pkcs5_pbe_gost(pbe, algorithm);
-  asn_tag_t_<0> info(asn_tag_t::SEQUENCE);
-  append_oid(info, g_oid_pkcs7_id_data);
-  info.append_bytes(algorithm.data(), size32_(algorithm));
-  info.append_element(0x80, ciphertext.data(), size32_(ciphertext));
-
-  asn_tag_t_<0> data(asn_tag_t::SEQUENCE);
-  append_INTEGER_(data, 0);
-  data.append_tag(info);
-  asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_encrypted_data, data, safes);
+auto encrypted_data(const ciphertext_t& ciphertext) {
+  const auto info = sequence(oid(g_oid_pkcs7_id_data), encoded(view(ciphertext.algorithm)),
+                             primitive(0x80, view(ciphertext.octets)));
+  return sequence(integer(0), info);
 }
 
 }  // namespace
 
 void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::string& out) {
-  asn_tag_t_<0> safes(asn_tag_t::SEQUENCE);
-  if (!in.plain_bags.empty()) {
-    append_plain_safe(in.plain_bags, safes);
+  const bool has_plain = !in.plain_bags.empty();
+  const bool has_encrypted = !in.encrypted_bags.empty();
+  ciphertext_t ciphertext;
+  if (has_encrypted) {
+    encrypt(in.encrypted_bags, crypto, ciphertext);
   }
-  if (!in.encrypted_bags.empty()) {
-    append_encrypted_safe(in.encrypted_bags, crypto, safes);
-  }
-  asn_tag_t_<0> octets(asn_tag_t::OCTET_STRING);
-  octets.append_tag(safes);
+  const auto safes = octet_string(sequence(
+      optional(has_plain,
+               content_info(g_oid_pkcs7_id_data, octet_string(safe_contents(in.plain_bags)))),
+      optional(has_encrypted,
+               content_info(g_oid_pkcs7_id_encrypted_data, encrypted_data(ciphertext)))));
+  const auto before_mac = parts_t(integer(3), content_info(g_oid_pkcs7_id_data, safes));
 
+  // The MAC is computed over the safes as they stand here, and the header before them tells its
+  // size, too: the header is written for a usual one and again when the MAC is there.
+  constexpr unsigned usual_mac = 128;
+  const std::string header = header_of(asn_tag_t::SEQUENCE, before_mac.size() + usual_mac);
+  secret_string_t_ der;
+  der.reserve(header.size() + before_mac.size() + 2 * usual_mac);
+  der.text = header;
+  append(der.text, before_mac);
+  const auto* end = reinterpret_cast<const unsigned char*>(der.text.data()) + der.text.size();
+  const unsigned size = size32_(safes.size());
   pkcs12_mac_t computed;
-  const bool has_mac = crypto->compute_mac(octets.encoded(), octets.encoded_size(), computed);
-
-  asn_tag_t_<0> pfx(asn_tag_t::SEQUENCE);
-  append_INTEGER_(pfx, 3);
-  asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, octets, pfx);
-  append_mac_data(has_mac ? computed : in.mac, pfx);  // Q55
-  assign_tag_(out, pfx);
+  const bool has_mac = crypto->compute_mac(end - size, size, computed);
+  const auto mac = mac_data(has_mac ? computed : in.mac);  // Q55
+  der.reserve(mac.size() + 4);
+  append(der.text, mac);
+  der.text.replace(0, header.size(),
+                   header_of(asn_tag_t::SEQUENCE, before_mac.size() + mac.size()));
+  out = der.take();
 }

@@ -1,18 +1,15 @@
+// PKCS#5 PBES2 parameters (RFC 8018) and PKCS#8 private keys (RFC 5208), GOST flavours.
+
 #include <pkider/asn_tag.h>
 #include <pkider/pkcs8_helper.h>
 
 #include "asn_cursor.h"
 #include "asn_oids.h"
 #include "der_writer.h"
-#include "out_string.h"
-#include "secret.h"
+
+using namespace asn1;
 
 namespace {
-
-template <unsigned N, unsigned M>
-void append_oid(asn_tag_t_<N>& parent, const unsigned char (&oid)[M]) {
-  parent.append_element(asn_tag_t::OID, oid, M);
-}
 
 // ---- PBES2 ----
 
@@ -78,6 +75,16 @@ bool asn_read_pkcs5_PBES2(const unsigned char* der, unsigned len, pkcs5_pbe_gost
   return read_kdf(kdf, out);
 }
 
+// The whole AlgorithmIdentifier.
+auto pbes2(const pkcs5_pbe_gost_t& in) {
+  const auto prf = sequence(oid(g_oid_HMAC_GOSTR3411), null());
+  const auto kdf =
+      sequence(oid(g_oid_PBKDF2), sequence(octet_string(in.salt), integer(in.iterations), prf));
+  const auto scheme = sequence(oid(g_oid_gost28147_89),
+                               sequence(octet_string(in.iv), oid(g_oid_encryptionParamSet)));
+  return sequence(oid(g_oid_PBES2), sequence(kdf, scheme));
+}
+
 }  // namespace
 
 bool asn_read_pkcs5_pbe_gost(const unsigned char* der, unsigned len, pkcs5_pbe_gost_t& out) {
@@ -85,35 +92,7 @@ bool asn_read_pkcs5_pbe_gost(const unsigned char* der, unsigned len, pkcs5_pbe_g
 }
 
 void asn_write_pkcs5_pbe_gost(const pkcs5_pbe_gost_t& in, std::string& out) {
-  asn_tag_t_<32> prf(asn_tag_t::SEQUENCE);
-  append_oid(prf, g_oid_HMAC_GOSTR3411);
-  prf.append_element(asn_tag_t::NULL_TAG, nullptr, 0);
-
-  asn_tag_t_<64> kdf_params(asn_tag_t::SEQUENCE);
-  kdf_params.append_element(asn_tag_t::OCTET_STRING, in.salt.data, in.salt.size);
-  append_INTEGER_(kdf_params, in.iterations);
-  kdf_params.append_tag(prf);
-
-  asn_tag_t_<96> kdf(asn_tag_t::SEQUENCE);
-  append_oid(kdf, g_oid_PBKDF2);
-  kdf.append_tag(kdf_params);
-
-  asn_tag_t_<40> cipher_params(asn_tag_t::SEQUENCE);
-  cipher_params.append_element(asn_tag_t::OCTET_STRING, in.iv.data, in.iv.size);
-  append_oid(cipher_params, g_oid_encryptionParamSet);
-
-  asn_tag_t_<64> cipher(asn_tag_t::SEQUENCE);
-  append_oid(cipher, g_oid_gost28147_89);
-  cipher.append_tag(cipher_params);
-
-  asn_tag_t_<128> params(asn_tag_t::SEQUENCE);
-  params.append_tag(kdf);
-  params.append_tag(cipher);
-
-  asn_tag_t_<256> algorithm(asn_tag_t::SEQUENCE);
-  append_oid(algorithm, g_oid_PBES2);
-  algorithm.append_tag(params);
-  assign_tag_(out, algorithm);
+  assign(out, pbes2(in));
 }
 
 // ---- PrivateKeyInfo ----
@@ -186,22 +165,10 @@ bool asn_read_pkcs8_pki_gost(const unsigned char* der, unsigned len, pkcs8_pki_g
 
 void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
   const gost_kind_t kind = find_kind(in.key_alg);
-  asn_tag_t_<32> params(asn_tag_t::SEQUENCE);
-  params.append_element(asn_tag_t::OID, kind.param_set.data, kind.param_set.size);
-  append_oid(params, g_id_GostR3411_94_CryptoProParamSet);  // Q45: for every kind
-
-  asn_tag_t_<64> algorithm(asn_tag_t::SEQUENCE);
-  algorithm.append_element(asn_tag_t::OID, kind.algorithm.data, kind.algorithm.size);
-  algorithm.append_tag(params);
-
-  secret_tag_t_<64> octets(asn_tag_t::OCTET_STRING);
-  octets.append_bytes(in.private_key.data, in.private_key.size);
-
-  secret_tag_t_<128> info(asn_tag_t::SEQUENCE);
-  append_INTEGER_(info, 0);
-  info.append_tag(algorithm);
-  info.append_element(asn_tag_t::OCTET_STRING, octets.encoded(), octets.encoded_size());
-  assign_tag_(out, info);
+  const auto params = sequence(oid(kind.param_set),
+                               oid(g_id_GostR3411_94_CryptoProParamSet));  // Q45: for every kind
+  const auto algorithm = sequence(oid(kind.algorithm), params);
+  assign(out, sequence(integer(0), algorithm, octet_string(octet_string(in.private_key))));
 }
 
 // ---- EncryptedPrivateKeyInfo ----
@@ -220,10 +187,5 @@ bool asn_read_pkcs8_encrypted_pki_gost(const unsigned char* der, unsigned len,
 }
 
 void asn_write_pkcs8_encrypted_pki_gost(const pkcs8_encrypted_pki_gost_t& in, std::string& out) {
-  std::string algorithm;
-  asn_write_pkcs5_pbe_gost(in.pbe, algorithm);
-  asn_tag_t_<512> info(asn_tag_t::SEQUENCE);
-  info.append_bytes(algorithm.data(), size32_(algorithm));
-  info.append_element(asn_tag_t::OCTET_STRING, in.encrypted_data.data, in.encrypted_data.size);
-  assign_tag_(out, info);
+  assign(out, sequence(pbes2(in.pbe), octet_string(in.encrypted_data)));
 }

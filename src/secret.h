@@ -3,10 +3,14 @@
 #ifndef PKIDER_SRC_SECRET_H
 #define PKIDER_SRC_SECRET_H
 
+#include <cstdint>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include <pkider/asn_tag.h>
+
+#include "out_string.h"
 
 // Wipes all that a string's memory may still hold, beyond its size too, and leaves it empty.
 inline void wipe_string_(std::string& s) {
@@ -15,13 +19,36 @@ inline void wipe_string_(std::string& s) {
   s.clear();
 }
 
-// A builder whose buffer is wiped at its end. A buffer it outgrows is not: reserve before the first
-// secret byte.
-template <unsigned N>
-class secret_tag_t_ : public asn_tag_t_<N> {
+// A builder whose buffer is wiped at its end. A buffer it outgrows is not: it gets all its content
+// at once.
+class secret_tag_t_ : public asn_tag_t_<0> {
  public:
-  explicit secret_tag_t_(unsigned char identifier) : asn_tag_t_<N>(identifier) {}
-  ~secret_tag_t_() { explicit_bzero(this->buf, this->capacity); }
+  using asn_tag_t_<0>::asn_tag_t_;
+  ~secret_tag_t_() { explicit_bzero(buf, capacity); }
+};
+
+// A string that is wiped at its end, unless it was taken.
+class secret_string_t_ {
+ public:
+  secret_string_t_() = default;
+  secret_string_t_(const secret_string_t_&) = delete;
+  secret_string_t_& operator=(const secret_string_t_&) = delete;
+  ~secret_string_t_() { wipe_string_(text); }
+
+  // Makes room for `count` more bytes; the memory outgrown is wiped.
+  void reserve(std::uint64_t count) {
+    if (count <= text.capacity() - text.size()) {
+      return;
+    }
+    secret_string_t_ grown;
+    reserve_string_(grown.text, text.size() + count);
+    grown.text.append(text);
+    text.swap(grown.text);
+  }
+
+  std::string take() { return std::move(text); }
+
+  std::string text;
 };
 
 #endif

@@ -24,6 +24,27 @@
 
 #include "asn_reader.h"
 
+// The size of the identifier and the minimal length before `content` bytes.
+inline unsigned asn_header_size_(std::uint64_t content) {
+  return content < 0x80 ? 2 : content < 0x100 ? 3 : content < 0x10000 ? 4 : content < 0x1000000 ? 5 : 6;
+}
+
+// Writes both to `p`; returns where the content begins.
+inline unsigned char* asn_put_header_(unsigned char identifier, unsigned content,
+                                      unsigned char* p) {
+  *p++ = identifier;
+  if (content >= 0x80) {
+    const unsigned count = asn_header_size_(content) - 2;
+    *p++ = static_cast<unsigned char>(0x80 | count);
+    for (unsigned shift = 8 * count; shift > 8;) {
+      shift -= 8;
+      *p++ = static_cast<unsigned char>(content >> shift);
+    }
+  }
+  *p++ = static_cast<unsigned char>(content);
+  return p;
+}
+
 // The data of a builder. Read them freely; only the builder's operations may change them.
 template <unsigned N>
 struct asn_tag_fields_t_ {
@@ -85,10 +106,7 @@ class asn_tag_t_ : public asn_tag_fields_t_<N> {
   // append_bytes appends `count` bytes, copied from `source`, to the content. `source` may be null
   // when `count` is 0, and must not lie inside this builder.
   void append_bytes(const void* source, unsigned count) {
-    reserve(count);
-    std::copy_n(static_cast<const unsigned char*>(source), count, buf + (header_room + len));
-    len += count;
-    write_header();
+    std::copy_n(static_cast<const unsigned char*>(source), count, append_room(count));
   }
 
   // append_tag appends the complete encoding of another element.
@@ -100,16 +118,22 @@ class asn_tag_t_ : public asn_tag_fields_t_<N> {
   // append_element appends an element with `count` bytes of `content`: what append_tag does with a
   // builder of them, without one.
   void append_element(unsigned char identifier, const void* content, unsigned count) {
-    const unsigned header = header_size(count);
+    const unsigned header = asn_header_size_(count);
     if (count > std::numeric_limits<unsigned>::max() - header) {
       throw std::bad_alloc();
     }
-    reserve(header + count);
-    unsigned char* begin = buf + header_room + len + header;
-    put_header(identifier, count, begin);
+    unsigned char* begin = asn_put_header_(identifier, count, append_room(header + count));
     std::copy_n(static_cast<const unsigned char*>(content), count, begin);
-    len += header + count;
+  }
+
+  // append_room appends `count` bytes for the caller to write at once: what they hold until then is
+  // undefined. Returns the first, valid like encoded().
+  unsigned char* append_room(unsigned count) {
+    reserve(count);
+    unsigned char* room = buf + (header_room + len);
+    len += count;
     write_header();
+    return room;
   }
 
   // reset makes this an empty element again, with another identifier, and keeps its buffer.
@@ -153,36 +177,10 @@ class asn_tag_t_ : public asn_tag_fields_t_<N> {
     }
   }
 
-  static unsigned header_size(unsigned content) {
-    unsigned size = 2;
-    if (content >= 0x80) {
-      for (; content != 0; content >>= 8) {
-        ++size;
-      }
-    }
-    return size;
-  }
-
-  // Writes identifier and minimal length right before `content`; returns where they begin.
-  static unsigned char* put_header(unsigned char identifier, unsigned count,
-                                   unsigned char* content) {
-    unsigned char* p = content - 1;
-    if (count < 0x80) {
-      *p = static_cast<unsigned char>(count);
-    } else {
-      const unsigned char* last = p;
-      for (; count != 0; count >>= 8) {
-        *p-- = static_cast<unsigned char>(count);
-      }
-      *p = static_cast<unsigned char>(0x80 | (last - p));
-    }
-    *--p = identifier;
-    return p;
-  }
-
   void write_header() {
-    unsigned char* content = buf + header_room;
-    size = static_cast<unsigned>(content - put_header(tag, len, content)) + len;
+    const unsigned header = asn_header_size_(len);
+    asn_put_header_(tag, len, buf + header_room - header);
+    size = header + len;
   }
 };
 

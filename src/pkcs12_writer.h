@@ -1,0 +1,21 @@
+// The parts of a container that are written into an element under construction.
+
+#ifndef PKIDER_SRC_PKCS12_WRITER_H
+#define PKIDER_SRC_PKCS12_WRITER_H
+
+#include <list>
+
+#include <pkider/asn_tag.h>
+#include <pkider/pkcs12_helper.h>
+
+// Appends the ContentInfo of `type` around `content`.
+void asn_write_pkcs7_ContentInfo(const unsigned char (&type)[9], const asn_tag_t_<0>& content,
+                                 asn_tag_t_<0>& out);
+
+// Appends the SafeBag of `bag`.
+void asn_write_pkcs12_bag(const pkcs12_bag_t& bag, asn_tag_t_<0>& out);
+
+// Appends the SafeContents of `bags`.
+void asn_write_pkcs12_bags(const std::list<pkcs12_bag_t>& bags, asn_tag_t_<0>& out);
+
+#endif
