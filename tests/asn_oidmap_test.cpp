@@ -21,6 +21,21 @@ std::string decode(const std::string& hex) {
   return (ok ? "" : "!") + text;
 }
 
+// %XX is a byte.
+std::string unescaped(std::string text) {
+  for (std::size_t at = 0; (at = text.find('%', at)) != std::string::npos; ++at) {
+    text.replace(at, 3, from_hex(text.substr(at + 1, 2)));
+  }
+  return text;
+}
+std::string escaped(const std::string& bytes) {
+  std::string text;
+  for (const char c : bytes) {
+    text += c < 0x20 || c > 0x7E ? "%" + to_hex(&c, 1) : std::string(1, c);
+  }
+  return text;
+}
+
 // The places of the entries that an OID, as DER and as text, and a short name find; none is the
 // place past the end.
 std::string places(oid_map_handle_t map, const std::string& dotted, const std::string& name) {
@@ -37,8 +52,9 @@ std::string places(oid_map_handle_t map, const std::string& dotted, const std::s
 }
 
 std::string show(oid_map_handle_t map, const OIDdescr_t& e) {
-  return std::string(e.oid_str) + "|" + e.oid_sn + "|" + e.oid_ln +
-         places(map, e.oid_str, e.oid_sn) + ";";
+  const std::string sn(e.oid_sn, e.oid_sn_size), ln(e.oid_ln, e.oid_ln_size);
+  return std::string(e.oid_str) + "|" + escaped(sn) + "|" + escaped(ln) +
+         places(map, e.oid_str, sn) + ";";
 }
 
 std::string built_in(const row_t& row) {
@@ -49,9 +65,7 @@ std::string built_in(const row_t& row) {
 
 std::string show_map(std::string text) {
   std::replace(text.begin(), text.end(), ';', '\n');
-  std::replace(text.begin(), text.end(), '^', '\r');
-  std::replace(text.begin(), text.end(), '~', '\t');
-  const exact_t in(text);
+  const exact_t in(unescaped(text));
   const oid_map_handle_t map = oid_map_parse(in.text(), in.size());
   std::string shown;
   for (const OIDdescr_t& entry : map->entries) {
@@ -69,15 +83,15 @@ TEST(Oids, Rows) {
   oid_map_release(nullptr);
 }
 
-// Keys that share beginnings, up to 400 bytes long, among many, and all of them once more: each
-// finds its own first entry and no other.
+// Keys that share beginnings of up to 600 bytes, among many, and all of them once more: each finds
+// its own first entry and no other.
 TEST(OidMap, FindsEachOfMany) {
   std::vector<std::pair<std::string, std::string>> keys;
   std::string arcs, text;
   for (unsigned i = 0; i < 600; ++i) {
     arcs += i % 3 == 0 ? ".200" : "";
     const auto tail = std::to_string(i % 3);
-    keys.emplace_back("1.3" + arcs + "." + tail, std::string(i / 3, 'X') + "Y" + tail);
+    keys.emplace_back("1.3" + arcs + "." + tail, std::string(i / 3 * 3, 'X') + "Y" + tail);
     text += keys.back().first + "=" + keys.back().second + "\n";
   }
   const exact_t in(text + text);

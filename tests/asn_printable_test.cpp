@@ -17,7 +17,8 @@ std::string answer(bool ok, const std::string& text) {
 
 // The map that a row asks for.
 oid_map_handle_t map_of(const std::string& name) {
-  static const oid_map_handle_t own = oid_map_parse("1.2.643.2.2.9 = HASH", 20);
+  static const std::string text = "1.2.643.2.2.9 = HASH\n1.2.3.4 = 1.2.4\n1.2.5 =";
+  static const oid_map_handle_t own = oid_map_parse(text.data(), view(text).size);
   return name[0] == 'n' ? nullptr : name[0] == 'o' ? own : default_map;
 }
 
@@ -108,6 +109,19 @@ TEST(Names, Rows) {
                return answer(printable_dn_contain_attrs(row.input.c_str(), row.argument.c_str()),
                              "");
              }}});
+}
+
+// A value's identifier says whether it is text. Empty wide strings are refused (Q31).
+TEST(Names, EveryIdentifierOfAnEmptyValue) {
+  const std::map<unsigned, std::string> strings = {{0x0C, ">CN="}, {0x12, ">CN="}, {0x13, ">CN="},
+                                                   {0x14, ">CN="}, {0x16, ">CN="}, {0x1C, "!>CN="},
+                                                   {0x1E, "!>CN="}};
+  for (unsigned tag = 0; tag < 0x100; ++tag) {
+    const std::string value = der(static_cast<unsigned char>(tag), "");
+    const bool is_string = strings.count(tag) != 0;
+    EXPECT_EQ(decode(common_name(value)),
+              is_string ? strings.at(tag) : ">CN=#" + to_hex(value).erase(2, 1));
+  }
 }
 
 // As it stands, after a backslash, as two digits after one, and back from DER (Q27, Q29, Q37).

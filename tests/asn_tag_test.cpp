@@ -29,6 +29,16 @@ TEST(Builder, LengthFormsAtTheirBoundaries) {
   }
 }
 
+// Also before the first append, which would write the header once more.
+TEST(Builder, GrowthKeepsHeaderAndContent) {
+  for (const unsigned n : {0u, 1u, 10u, 11u, 200u, 300u}) {
+    const std::string content(n, 'x');
+    asn_tag_t_<16> element(0x04, content.data(), n);
+    element.reserve(1000);
+    EXPECT_EQ(encoding(element), der(0x04, content));
+  }
+}
+
 TEST(Builder, CapacityIsAsNeededAnd16More) {
   EXPECT_EQ(asn_tag_t_<0>(4).capacity, 22u);
   EXPECT_EQ(asn_tag_t_<5>(4).capacity, 22u);

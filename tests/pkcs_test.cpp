@@ -1,5 +1,6 @@
 // PBES2, PKCS#8 and PKCS#12: changes to each part of a sample, calls, moves.
 
+#include <algorithm>
 #include <type_traits>
 
 #include <pkider/pkcs12_helper.h>
@@ -8,14 +9,22 @@
 
 namespace {
 
-const rows_t file("pkcs.txt");
+// The samples of whole tests, and the plaintexts, of which the ciphertexts are the names.
+const rows_t file("pkcs.txt", {"calls", "verify", "box", "encrypt", "compute", "written",
+                               "computed", "C1", "C3", "C4", "C6", "nothing"});
 
 // What the records hold before each read.
 const std::string untouched("\xEE", 1);
 const blob_t old = view(untouched);
 
+// What a view may show: what was there before, the input, and the plaintexts.
+std::vector<blob_t> shown;
+
 std::string show(const blob_t& blob) {
-  return to_hex(bytes_of(blob));
+  const bool inside = std::any_of(shown.begin(), shown.end(), [&](const blob_t& one) {
+    return contains(one.data, one.size, blob);
+  });
+  return blob.size == 0 ? "" : inside ? to_hex(bytes_of(blob)) : "outside the input";
 }
 
 std::string show(const pkcs5_pbe_gost_t& pbe) {
@@ -41,17 +50,18 @@ std::string show(const pkcs12_easy_t& model) {
   return show(model.plain_bags) + "/" + show(model.encrypted_bags);
 }
 
-// Notes each call with its bytes, and accepts every MAC but BA DD. Ciphertext is plaintext behind
-// C9, or the name of a text of the file.
+// Notes each call with its bytes, and accepts every MAC but BA DD. Ciphertext is C9 and plaintext,
+// or the name of a text of the file.
 struct fake_crypto_t : pbe_crypto_t {
-  bool computes = true;
+  bool computes = true, refused = false;
   std::string calls;
   inline static const std::string salt = from_hex("A1A2"), iv = from_hex("B1B2B3");
   inline static const std::string digest = from_hex("D1D2"), mac_salt = from_hex("E1E2");
 
   bool verify_mac(const pkcs12_mac_t& mac, const unsigned char* data, unsigned size) override {
     calls += "verify " + show(mac) + " " + std::string(data, data + size) + "\n";
-    return show(mac.digest) != "BA DD";
+    refused = show(mac.digest) == "BA DD";
+    return !refused;
   }
   bool compute_mac(const unsigned char* data, unsigned size, pkcs12_mac_t& mac) override {
     calls += "compute " + show(mac) + " " + std::string(data, data + size) + "\n";
@@ -63,9 +73,10 @@ struct fake_crypto_t : pbe_crypto_t {
     calls += "decrypt " + show(pbe) + " " + std::string(data, data + size) + plaintext + "\n";
     const std::string ciphertext(data, data + size);
     const bool own = ciphertext[0] == '\xC9';
-    const auto known = file.texts.find(to_hex(ciphertext));
+    const auto known = file.texts.find(size == 0 ? "nothing" : to_hex(ciphertext));
     const bool found = known != file.texts.end();
     plaintext = own ? ciphertext.substr(1) : found ? from_hex(known->second) : "";
+    shown.push_back(view(plaintext));
     return own || found;
   }
   bool encrypt(const unsigned char* data, unsigned size, pkcs5_pbe_gost_t& pbe,
@@ -127,28 +138,51 @@ std::string read_pfx(const exact_t& in) {
   fake_crypto_t crypto;
   pkcs12_easy_t model;
   if (asn_read_pkcs12_easy(in.data(), in.size(), &crypto, model)) {
-    const std::string shown = show(model);
-    return shown + (write(model, crypto) == in.bytes() ? " same" : "");
+    const std::string bags = show(model);
+    return bags + (write(model, crypto) == in.bytes() ? " same" : "");
   }
   return crypto.calls.empty() ? "no, unasked"
+         : crypto.refused     ? "no, refused " + show(model.mac)
                               : "no, " + std::to_string(model.plain_bags.size()) + "+" +
-                                    std::to_string(model.encrypted_bags.size()) + " kept " +
-                                    std::to_string(model.decrypted_data.size());
+                                std::to_string(model.encrypted_bags.size()) + " kept " +
+                                std::to_string(model.decrypted_data.size());
 }
 
 const std::map<std::string, std::string (*)(const exact_t&)> readers = {
-    {"pbe", read_pbe}, {"key", read_key},  {"shrouded", read_shrouded},
-    {"mac", read_mac}, {"bags", read_pfx}, {"sealed", read_pfx},
-    {"pfx", read_pfx}};
+    {"pbe", read_pbe},  {"key", read_key},    {"shrouded", read_shrouded}, {"mac", read_mac},
+    {"bags", read_pfx}, {"sealed", read_pfx}, {"pfx", read_pfx},           {"whole", read_pfx}};
 
-// A change is "from -> to".
-TEST(Pkcs, Changes) {
+std::string read(const std::string& sample, const exact_t& in) {
+  shown = {old, view(fake_crypto_t::salt), {in.size(), in.data()}};
+  return readers.at(sample)(in);
+}
+
+std::string changed(const row_t& row) {
+  std::string text = file.texts.at(row.operation);
+  const std::size_t arrow = row.input.find(" -> ");
+  text.replace(text.find(row.input.substr(0, arrow)), arrow, row.input.substr(arrow + 4));
+  return read(row.operation, exact_t(from_hex(text)));
+}
+
+std::string tag(const row_t& row) {
+  const auto read_sample = [&](const exact_t& in) { return read(row.argument, in); };
+  const auto n = static_cast<unsigned>(std::stoul(row.input));
+  return with_other_tags(file.texts.at(row.argument), n, read_sample);
+}
+
+TEST(Pkcs, Rows) {
+  operations_t operations = {{"tag", tag}};
+  std::map<std::string, long> tags;
+  for (const auto& [sample, reader] : readers) {
+    operations[sample] = changed;
+  }
+  run_rows(file, operations);
   for (const row_t& row : file.rows) {
-    std::string text = file.texts.at(row.operation);
-    const std::size_t arrow = row.input.find(" -> ");
-    text.replace(text.find(row.input.substr(0, arrow)), arrow, row.input.substr(arrow + 4));
-    EXPECT_EQ(readers.at(row.operation)(exact_t(from_hex(text))), row.expected)
-        << row.operation << ": " << row.reason;
+    tags[row.argument] += row.operation == "tag" ? 1 : 0;
+  }
+  for (const char* sample : {"pbe", "key", "shrouded", "mac", "whole"}) {
+    const std::string& text = file.texts.at(sample);
+    EXPECT_EQ(tags[sample], std::count(text.begin(), text.end(), '(')) << sample;
   }
 }
 
@@ -157,6 +191,7 @@ TEST(Pkcs12, CallsInOrderAndMoves) {
   fake_crypto_t crypto;
   pkcs12_easy_t model;
   model.plain_bags.resize(1);
+  shown = {{in.size(), in.data()}};
   ASSERT_TRUE(asn_read_pkcs12_easy(in.data(), in.size(), &crypto, model));
   const std::string decrypt = "decrypt A1 A2/2000/B1 B2 B3 ";
   EXPECT_EQ(crypto.calls, "verify 06 06 2A 85 03 02 02 09 05 00/D1 D2/E1 E2/1 " +
@@ -167,12 +202,12 @@ TEST(Pkcs12, CallsInOrderAndMoves) {
   EXPECT_EQ("\xC9" + model.decrypted_data.back(), file.sample("box"));
 
   static_assert(!std::is_copy_constructible_v<pkcs12_easy_t>);
-  const std::string shown = show(model);
+  const std::string bags = show(model);
   const char* const short_plaintext = model.decrypted_data.front().data();
   pkcs12_easy_t moved(std::move(model)), assigned;
   assigned.decrypted_data.emplace_back("dropped");
   assigned = std::move(moved);
-  EXPECT_EQ(show(assigned) + show(assigned.mac.digest), shown + "D1 D2");
+  EXPECT_EQ(show(assigned) + show(assigned.mac.digest), bags + "D1 D2");
   EXPECT_EQ(assigned.decrypted_data.front().data(), short_plaintext);
 
   const std::string value = from_hex("3000"), name = from_hex("00410042"), id = from_hex("01");
@@ -184,6 +219,8 @@ TEST(Pkcs12, CallsInOrderAndMoves) {
   EXPECT_EQ(to_hex(write(model, crypto)), to_hex(file.sample("written")));
   EXPECT_EQ(crypto.calls, "encrypt " + file.sample("encrypt") + "\ncompute ///0 " +
                               file.sample("compute") + "\n");
+  crypto.computes = true;
+  EXPECT_EQ(to_hex(write(model, crypto)), to_hex(file.sample("computed")));
   std::string unknown;
   asn_write_pkcs8_pki_gost({pkcs8_gost_alg_t{3}, view(id)}, unknown);
   EXPECT_EQ(unknown, from_hex("30(02(00) 30(06() 30(06() 06(2A850302021E01))) 04(04(01)))"));

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -30,6 +31,14 @@ inline std::string to_hex(std::string_view bytes) {
 template <class View>
 std::string bytes_of(const View& view) {
   return std::string(view.data, view.data + view.size);
+}
+
+// True when the view is empty or lies wholly inside these bytes, whatever size it claims.
+template <class View>
+bool contains(const unsigned char* data, std::size_t size, const View& view) {
+  const auto offset =
+      reinterpret_cast<std::uintptr_t>(view.data) - reinterpret_cast<std::uintptr_t>(data);
+  return view.size == 0 || (offset <= size && view.size <= size - offset);
 }
 
 // One DER element around `content`, with a minimal length.
@@ -78,7 +87,7 @@ class exact_t {
   // True when the view is empty or lies wholly inside this block.
   template <class View>
   bool holds(const View& view) const {
-    return view.size == 0 || (view.data >= data() && view.data + view.size <= data() + size_);
+    return contains(data(), size(), view);
   }
 
  private:

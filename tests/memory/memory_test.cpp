@@ -135,7 +135,7 @@ TEST(Wipe, TheWatcherSees) {
 TEST(Wipe, ReadPlaintexts) {
   const std::string bag = der(0x30, file.sample("kbag") + der(0xA0, secrets(9)));
   const std::string contents = der(4, der(0x30, bag)), fault = der(4, der(0x30, bag + "!"));
-  for (const char* sample : {"lone", "sealed"}) {
+  for (const char* sample : {"calls", "sealed"}) {
     for (const std::string& plaintext : {std::string(), secrets(9), contents, fault}) {
       for (const answer_t answer : {yes, no, thrown}) {
         const std::string in = file.sample(sample);
