@@ -1,5 +1,13 @@
 # Run by cpack on the files of all packages before it builds them: adds each one's copyright and
-# change logs, and compresses what Debian compresses.
+# change logs, and compresses what Debian compresses. Their time is that of the last commit, so that
+# packages of one commit are always the same bytes.
+if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
+  execute_process(COMMAND git -C ${CMAKE_CURRENT_LIST_DIR} log -1 --format=%ct
+                  OUTPUT_VARIABLE commit_time OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
+  if(commit_time)
+    set(ENV{SOURCE_DATE_EPOCH} ${commit_time})
+  endif()
+endif()
 foreach(package library:libpkider0 development:libpkider-dev tools:pkider-tools)
   string(REPLACE ":" ";" package ${package})
   list(GET package 0 component)
