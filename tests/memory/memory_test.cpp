@@ -119,6 +119,10 @@ struct fake_crypto_t : PlainCrypto {
     plaintext.resize(text.size());
     return answer();
   }
+  bool compute_mac(const unsigned char*, unsigned, pkcs12_mac_t& mac) override {
+    mac.digest = mac.mac_salt = view(text);
+    return answer();
+  }
   bool encrypt(const unsigned char*, unsigned size, pkcs5_pbe_gost_t&,
                std::string& ciphertext) override {
     ciphertext.assign(size, 'x');
@@ -155,25 +159,33 @@ TEST(Wipe, ReadPlaintexts) {
   }
 }
 
-// What the library writes is the caller's, and is kept until the watch is over.
+// What the library writes is the caller's, and is kept until the watch is over. Bags are plain or
+// encrypted, the MAC of a usual size or a large one; with plain bags compute_mac throws, with
+// encrypted ones encrypt.
 TEST(Wipe, Writes) {
   const std::string small = secrets(2), large = secrets(9000);
-  pkcs12_easy_t model;
+  std::list<pkcs12_bag_t> bags;
   std::list<std::string> outs;
   for (const std::string* octets : {&small, &large, &small, &large}) {
     for (const unsigned type : {PKCS12_BAG_KEY, PKCS12_BAG_CERT}) {
-      model.encrypted_bags.push_back({type, view(*octets), view(*octets), view(*octets)});
+      bags.push_back({type, view(*octets), view(*octets), view(*octets)});
     }
     const auto write = [&] {
       asn_write_pkcs8_pki_gost({PKCS8_GOST_2001, view(*octets)}, outs.emplace_back());
     };
     EXPECT_EQ(run_failing(write), 0u);
   }
-  for (const answer_t answer : {thrown, no}) {
-    fake_crypto_t crypto(answer, "");
-    const auto write = [&] { asn_write_pkcs12_easy(model, &crypto, outs.emplace_back("old")); };
-    EXPECT_EQ(run_failing(write), 0u);
-    EXPECT_EQ(outs.back() == "old", answer == thrown);
+  for (const auto list : {&pkcs12_easy_t::plain_bags, &pkcs12_easy_t::encrypted_bags}) {
+    pkcs12_easy_t model;
+    model.*list = bags;
+    for (const std::string& mac : {std::string(32, 'm'), std::string(2000, 'm')}) {
+      for (const answer_t answer : {thrown, no, yes}) {
+        fake_crypto_t crypto(answer, mac);
+        const auto write = [&] { asn_write_pkcs12_easy(model, &crypto, outs.emplace_back("old")); };
+        EXPECT_EQ(run_failing(write), 0u) << mac.size() << ' ' << answer;
+        EXPECT_EQ(outs.back() == "old", answer == thrown);
+      }
+    }
   }
 }
 
