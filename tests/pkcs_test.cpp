@@ -5,6 +5,8 @@
 
 #include <pkider/pkcs12_helper.h>
 
+#include "asn_oids.h"
+#include "pkcs12_writer.h"
 #include "rows.h"
 
 namespace {
@@ -224,6 +226,56 @@ TEST(Pkcs12, CallsInOrderAndMoves) {
   std::string unknown;
   asn_write_pkcs8_pki_gost({pkcs8_gost_alg_t{3}, view(id)}, unknown);
   EXPECT_EQ(unknown, from_hex("30(02(00) 30(06() 30(06() 06(2A850302021E01))) 04(04(01)))"));
+}
+
+// A container of one key, as its ASN.1 says.
+std::string container_of(const std::string& key, const std::string& mac) {
+  const auto data = [](const std::string& content) {
+    return der(0x30, from_hex("06(2A864886F70D010701)") + der(0xA0, content));
+  };
+  const std::string bag =
+      der(0x30, from_hex("06(2A864886F70D010C0A0101)") + der(0xA0, der(4, key)));
+  const std::string safes = der(0x30, data(der(4, der(0x30, bag))));
+  const std::string digest_info = der(0x30, from_hex("30(06(2A8503020209) 0500)") + der(4, mac));
+  return der(0x30, from_hex("020103") + data(der(4, safes)) +
+                       der(0x30, digest_info + from_hex("0400 020101")));
+}
+
+// Past every change of a length's size, of the container's own after the MAC is known, too.
+TEST(Write, Lengths) {
+  for (const auto& [first, step] : {std::pair(0u, 1u), std::pair(65000u, 9u)}) {
+    for (const unsigned mac_size : {0u, 32u, 500u}) {
+      for (unsigned size = first; size < first + 560; size += step) {
+        const std::string key = der(4, std::string(size, 'k')), mac(mac_size, 'm');
+        pkcs12_easy_t model;
+        model.plain_bags = {{PKCS12_BAG_KEY, view(key), {}, {}}};
+        model.mac = {{}, view(mac), {}, 1};
+        fake_crypto_t crypto;
+        crypto.computes = false;
+        ASSERT_TRUE(write(model, crypto) == container_of(std::string(size, 'k'), mac))
+            << size << ' ' << mac_size;
+      }
+    }
+  }
+}
+
+TEST(Write, Parts) {
+  asn_tag_t_<0> out(asn_tag_t::SEQUENCE);
+  const asn_tag_t_<0> content(asn_tag_t::OCTET_STRING, "\1\2\3", 3);
+  for (int i = 0; i < 2; ++i) {
+    asn_write_pkcs7_ContentInfo(g_oid_pkcs7_id_data, content, out);
+  }
+  asn_write_pkcs12_bags({}, out);
+  const unsigned char unread = 0;
+  const blob_t claim = {0xFFFFFFFF, &unread};
+  asn_write_pkcs12_bag({7, claim, {}, {}}, out);
+  for (const unsigned type : {PKCS12_BAG_KEY, PKCS12_BAG_CERT}) {
+    EXPECT_THROW(asn_write_pkcs12_bag({type, claim, {}, {}}, out), std::bad_alloc);
+    EXPECT_THROW(asn_write_pkcs12_bags({{type, claim, claim, claim}}, out), std::bad_alloc);
+  }
+  const std::string info = "30(06(2A864886F70D010701) A0(0403010203))";
+  EXPECT_EQ(to_hex(out.encoded(), out.encoded_size()),
+            to_hex(from_hex("30(" + info + info + "3000 3000)")));
 }
 
 }  // namespace
