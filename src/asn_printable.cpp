@@ -46,8 +46,9 @@ bool printable_dn_get_attr(const char* dn, const char* attr_name, std::string& r
 
 namespace {
 
-// A place in a text that is cut into pieces at its commas, those in quotes or after a backslash
-// apart. The one character before a place decides whether it is escaped: in a\\, the comma is.
+// A place in a text that is cut into pieces at its commas, but not at those in quotes or after a
+// backslash. Only the one character before a place tells whether it is escaped: the comma of `a\\,`
+// is.
 class piece_scan_t {
  public:
   explicit piece_scan_t(const char* text) : p_(text) {}
@@ -84,8 +85,10 @@ class piece_scan_t {
 }  // namespace
 
 bool printable_dn_contain_attrs(const char* dn, const char* attrs) {
-  const char* component = attrs;  // the first of those not found yet
-  for (piece_scan_t scan(dn);;) {
+  piece_scan_t scan(dn);
+  const char* component = attrs;  // the first that is not found yet
+  for (;;) {
+    // Along a piece, and from piece to piece while they equal one component after the other.
     const char* wanted = component;
     for (; *wanted != 0 && *wanted == scan.here(); ++wanted) {
       if (scan.is_comma_outside_quotes()) {
@@ -93,13 +96,15 @@ bool printable_dn_contain_attrs(const char* dn, const char* attrs) {
       }
       scan.step();
     }
-    if (*wanted == 0 && !scan.is_quote()) {  // all found, if the piece ends here as well
+    // The last component is found if the piece ends where it does. A quote there leaves it open.
+    if (*wanted == 0 && !scan.is_quote()) {
       return scan.here() == 0 || scan.is_comma_outside_quotes();
     }
     if (scan.here() == 0) {
       return false;
     }
-    scan.step();  // Q32: should this be the piece's comma, the piece after it is passed over, too
+    // The piece differs here. Q32: where this is its comma, the piece after it is passed over, too.
+    scan.step();
     scan.skip_piece();
     if (scan.here() == 0) {
       return *component == 0;

@@ -102,7 +102,8 @@ bool unpack(cert_time64_t t, tm& fields) {
 
 void append_time(std::string& s, const char* format, const tm& fields) {
   char text[255];
-  append_string_(s, {text, std::strftime(text, sizeof text, format, &fields)});
+  const std::size_t size = std::strftime(text, sizeof text, format, &fields);
+  append_string_(s, {text, size});
 }
 
 // Where ctime's text ends: before its line feed, and not after 24 characters.
