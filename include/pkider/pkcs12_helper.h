@@ -115,7 +115,7 @@ PKIDER_API bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe
 
 // asn_write_pkcs12_easy replaces `out` with the PFX of a model: the plain bags in a data
 // ContentInfo, the encrypted ones in one encryptedData ContentInfo, either only if there are any,
-// and the MacData.
+// and the MacData. The model's views may show `out` itself.
 //
 // Nothing is checked. A bag whose type is neither key nor certificate is written with its
 // attributes only. Iteration counts are written by asn_write_INTEGER, which drops zero bytes:

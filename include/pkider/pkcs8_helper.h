@@ -5,9 +5,9 @@
 // before the fault keep their new values and the others what they held: discard the record. Nothing
 // outside the input is read, and bytes after the last element of a structure are ignored.
 //
-// Writers replace `out` with one complete element. They check nothing and throw std::bad_alloc
-// only, leaving `out` as it was. Buffers of the library that held key octets are wiped. Everything
-// here is pure and may be called from any thread.
+// Writers replace `out` with one complete element; the views that they write may show `out` itself.
+// They check nothing and throw std::bad_alloc only, leaving `out` as it was. Buffers of the library
+// that held key octets are wiped. Everything here is pure and may be called from any thread.
 
 #ifndef PKIDER_PKCS8_HELPER_H
 #define PKIDER_PKCS8_HELPER_H
