@@ -27,6 +27,16 @@ def run(*args):
     return done.returncode, done.stdout, done.stderr
 
 
+def rows(file):
+    """The rows of a file of tests/data, each with its place and its reason: the comment above it."""
+    reason = ""
+    for number, line in enumerate(Path(ROOT, file).read_text().splitlines(), 1):
+        if line and not line.startswith("#"):
+            yield f"{file}:{number}: {reason}", line, bool(reason)
+        else:
+            reason = line[2:]
+
+
 def fields(text):
     return dict(re.findall(r"^ *([\w ]+?) *[:=] *(.*)$", text, re.M))
 
@@ -42,10 +52,9 @@ class Command(unittest.TestCase):
                 "indented": "\ufeff" + pem.replace("\n", "\n  ")}.items():
             Path(name).write_text(text)
         Path("[good,x]").write_text(pem)
-        rows = re.findall("^[^#\n].*", Path(ROOT, "tests/data/command.txt").read_text(), re.M)
-        self.assertTrue(rows)
-        for row in rows:
-            with self.subTest(row):
+        for where, row, has_reason in rows("tests/data/command.txt"):
+            with self.subTest(where):
+                self.assertTrue(has_reason)
                 command, status, out, err = row.rsplit("|", 3)
                 got = run("sh", "-c", "PATH=.:$PATH;" + command)
                 self.assertEqual((str(got[0]), got[1].replace("\n", ";")), (status, out))
