@@ -83,7 +83,11 @@ bool read_asn_time(const blob_t& element, asn_time_t& out) {
   if (!asn1_read_tag_i_(two_digits ? utc_time_tag : generalized_time_tag, &cur, &content)) {
     return false;
   }
-  out.given = to_string(asn1_view_(content));
+  return read_asn_time(to_string(asn1_view_(content)), two_digits, out);
+}
+
+bool read_asn_time(const std::string& given, bool two_digits, asn_time_t& out) {
+  out.given = given;
   std::string_view text = out.given;
   std::tm fields = {};
   int minutes_ahead = 0;

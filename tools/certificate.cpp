@@ -1,6 +1,9 @@
 #include "certificate.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "asn_cursor.h"
 #include "bytes.h"
@@ -51,16 +54,18 @@ blob_t extensions_of(asn_iter_t cur) {
 // Certificate ::= SEQUENCE { tbsCertificate, signatureAlgorithm, signatureValue BIT STRING }
 // TBSCertificate ::= SEQUENCE { [0] version OPTIONAL, serialNumber INTEGER, signature, issuer,
 //   validity SEQUENCE { notBefore, notAfter }, subject, subjectPublicKeyInfo, ... }
-bool read_certificate(const std::string& der, certificate_t& out) {
-  asn_iter_t file = asn1_iter_(view(der));
+bool read_certificate(const blob_t& der, certificate_t& out) {
+  asn_iter_t file = asn1_iter_(der);
   asn_iter_t certificate;
   asn_iter_t tbs;
   asn_iter_t validity;
-  if (kind_of({"", der}) != kind_t::certificate ||
+  asn_iter_t cur = file;
+  if (kind_of(der) != kind_t::certificate ||
       !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &file, &certificate) ||
       !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &certificate, &tbs)) {
     return false;
   }
+  out.whole = next_element(cur);
   out.signature_alg = next_element(certificate);
   if (asn1_next_is_(asn_tag_t::CONTEXT_0, tbs)) {
     next_element(tbs);
@@ -78,42 +83,133 @@ bool read_certificate(const std::string& der, certificate_t& out) {
   return true;
 }
 
+// CertificationRequestInfo ::= SEQUENCE { version INTEGER, subject, ... }
+// TBSCertList ::= SEQUENCE { version INTEGER OPTIONAL, signature, issuer, ... }
+bool read_names(const std::string& der, names_t& out) {
+  const kind_t kind = kind_of(view(der));
+  asn_iter_t cur = asn1_iter_(view(der));
+  asn_iter_t signed_object;
+  asn_iter_t info;
+  certificate_t certificate;
+  if (kind == kind_t::certificate && read_certificate(der, certificate)) {
+    out = {certificate.subject, certificate.issuer};
+    return true;
+  }
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &signed_object) ||
+      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &signed_object, &info)) {
+    return false;
+  }
+  if (asn1_next_is_(asn_tag_t::INTEGER, info)) {
+    next_element(info);
+  }
+  if (kind == kind_t::request) {
+    out.subject = next_element(info);
+    return true;
+  }
+  next_element(info);
+  out.issuer = next_element(info);
+  return kind == kind_t::crl;
+}
+
+namespace {
+
+bool is_one_of(const std::vector<kind_t>& kinds, kind_t kind) {
+  return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+}
+
+// ContentInfo ::= SEQUENCE { contentType OID, content [0] SignedData }
+// SignedData ::= SEQUENCE { version INTEGER, digestAlgorithms SET, encapContentInfo SEQUENCE,
+//   certificates [0] IMPLICIT SET OF Certificate OPTIONAL, ... }
+std::vector<input_block_t> certificates_in(const input_block_t& pkcs7) {
+  asn_iter_t cur = asn1_iter_(view(pkcs7.der));
+  asn_iter_t info;
+  asn_iter_t content;
+  asn_iter_t data;
+  asn_iter_t certificates = {nullptr, 0};
+  if (asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &info) && next_element(info).size != 0 &&
+      asn1_read_tag_i_(asn_tag_t::CONTEXT_0, &info, &content) &&
+      asn1_read_tag_i_(asn_tag_t::SEQUENCE, &content, &data)) {
+    for (int field = 0; field < 3; ++field) {
+      next_element(data);
+    }
+    asn1_read_tag_i_(asn_tag_t::CONTEXT_0, &data, &certificates);
+  }
+  std::vector<input_block_t> blocks;
+  while (certificates.len != 0) {
+    const blob_t element = next_element(certificates);
+    if (element.size == 0) {
+      break;
+    }
+    blocks.push_back({pkcs7.label, to_string(element), pkcs7.line});
+  }
+  return blocks;
+}
+
+std::vector<input_block_t> read_objects(const std::string& file, const std::vector<kind_t>& kinds) {
+  std::vector<input_block_t> blocks;
+  for (input_block_t& block : read_input(file)) {
+    const bool bundle = is_one_of(kinds, kind_t::certificate) && kind_of(block) == kind_t::pkcs7;
+    std::vector<input_block_t> inner;
+    if (bundle) {
+      inner = certificates_in(block);
+    }
+    if (inner.empty()) {
+      inner.push_back(std::move(block));
+    }
+    std::move(inner.begin(), inner.end(), std::back_inserter(blocks));
+  }
+  return blocks;
+}
+
+std::string line_text(const input_block_t& block) {
+  return block.line == 0 ? "" : " (line " + std::to_string(block.line) + ')';
+}
+
+}  // namespace
+
+void for_each_object(const std::string& file, const std::vector<kind_t>& kinds,
+                     const handle_object_t& handle) {
+  const std::vector<input_block_t> blocks = read_objects(file, kinds);
+  std::vector<const input_block_t*> passed_over;
+  unsigned count = 0;
+  for (const input_block_t& block : blocks) {
+    const kind_t kind = kind_of(block);
+    if (kind != kind_t::unknown && !is_one_of(kinds, kind)) {
+      passed_over.push_back(&block);
+      continue;
+    }
+    std::string where = file;
+    ++count;
+    if (blocks.size() > 1) {
+      const kind_t shown = kind == kind_t::unknown ? kinds.front() : kind;
+      where.append(": ").append(short_name(shown)).append(" ").append(std::to_string(count));
+      where.append(line_text(block));
+    }
+    if (kind == kind_t::unknown) {
+      report(where,
+             std::string("not a ") + short_name(kinds.front()) + ", but " + what_it_is(block));
+    } else {
+      attempt([&] { handle(where, block); });
+    }
+  }
+  if (count == 0) {
+    throw input_error_t(file, std::string("holds no ") + short_name(kinds.front()) + ", but " +
+                                  what_it_is(*passed_over.front()));
+  }
+  for (const input_block_t* block : passed_over) {
+    note(file + line_text(*block) + ": passed over " + what_it_is(*block));
+  }
+}
+
 void for_each_certificate(
     const std::string& file,
     const std::function<void(const std::string& where, const certificate_t&)>& handle) {
-  const std::vector<input_block_t> blocks = read_input(file);
-  struct passed_over_t {
-    std::string line;
-    std::string what;
-  };
-  unsigned count = 0;
-  std::vector<passed_over_t> passed_over;
-  for (const input_block_t& block : blocks) {
-    const kind_t kind = kind_of(block);
-    const std::string line = block.line == 0 ? "" : " (line " + std::to_string(block.line) + ')';
-    if (kind != kind_t::certificate && kind != kind_t::unknown) {
-      passed_over.push_back({line, what_it_is(block)});
-      continue;
-    }
-    ++count;
-    std::string where = file;
-    if (blocks.size() > 1) {
-      where.append(": certificate ").append(std::to_string(count)).append(line);
-    }
-    attempt([&] {
-      certificate_t certificate;
-      if (!read_certificate(block.der, certificate)) {
-        throw input_error_t(where, "not a certificate, but " + what_it_is(block));
-      }
-      handle(where, certificate);
-    });
-  }
-  if (count == 0) {
-    throw input_error_t(file, "holds no certificate, but " + passed_over.front().what);
-  }
-  for (const passed_over_t& other : passed_over) {
-    note(file + other.line + ": passed over " + other.what);
-  }
+  for_each_object(file, {kind_t::certificate},
+                  [&](const std::string& where, const input_block_t& block) {
+                    certificate_t certificate;
+                    read_certificate(block.der, certificate);
+                    handle(where, certificate);
+                  });
 }
 
 std::string dn_text(const std::string& where, const char* what, const blob_t& name,

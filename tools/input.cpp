@@ -6,9 +6,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "asn_cursor.h"
 #include "bytes.h"
@@ -131,8 +133,10 @@ class pem_reader_t {
 
   // Called for growing positions.
   unsigned line_of(std::size_t at) {
-    line_ += static_cast<unsigned>(std::count(text_.data() + counted_, text_.data() + at, '\n'));
-    counted_ = at;
+    for (; counted_ < at; ++counted_) {
+      counted_ = std::min(text_.find('\n', counted_), at);
+      line_ += counted_ == at ? 0 : 1;
+    }
     return line_;
   }
   std::string line_text(std::size_t at) { return "line " + std::to_string(line_of(at)) + ": "; }
@@ -222,7 +226,7 @@ std::vector<input_block_t> split_input(const std::string& file, const std::strin
     // Text may look like DER: '0' is a SEQUENCE's first byte.
     const auto is_text = [](const input_block_t& b) { return kind_of(b) == kind_t::unknown; };
     elements.erase(std::remove_if(elements.begin(), elements.end(), is_text), elements.end());
-    elements.insert(elements.end(), blocks.begin(), blocks.end());
+    std::move(blocks.begin(), blocks.end(), std::back_inserter(elements));
     return elements;
   }
   if (begins_with_sequence(rest)) {

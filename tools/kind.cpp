@@ -23,9 +23,9 @@ struct row_t {
 
 // The first that fits.
 constexpr row_t rows[] = {
+    {kind_t::certificate, "SSB", "0......"},
     {kind_t::crl, "SSB", "ISST"},
     {kind_t::crl, "SSB", "SST"},
-    {kind_t::certificate, "SSB", "0......"},
     {kind_t::certificate, "SSB", "......"},
     {kind_t::request, "SSB", "ISS"},
     {kind_t::pkcs7, "o0", ""},
@@ -48,7 +48,8 @@ constexpr description_t descriptions[] = {
     {kind_t::certificate, "a certificate: pkider cert FILE shows it"},
     {kind_t::crl, "a certificate revocation list: openssl crl -in FILE -noout -text shows it"},
     {kind_t::request, "a certificate request: openssl req -in FILE -noout -text shows it"},
-    {kind_t::pkcs7, "PKCS#7 or CMS: openssl cms -cmsout -print -in FILE shows it"},
+    {kind_t::pkcs7,
+     "a PKCS#7 or CMS message without certificates: openssl cms -cmsout -print -in FILE shows it"},
     {kind_t::pkcs12, "a PKCS#12 container: pkider p12 show FILE shows it"},
     {kind_t::pkcs8, "a private key: pkider key show FILE shows it"},
     {kind_t::encrypted_pkcs8, "an encrypted private key: pkider key show FILE shows it"},
@@ -114,13 +115,14 @@ std::string what_unknown_is(const input_block_t& block) {
 }  // namespace
 
 kind_t kind_of(const input_block_t& block) {
-  asn_iter_t cur = asn1_iter_(view(block.der));
+  return block.encrypted ? kind_t::legacy_encrypted_key : kind_of(view(block.der));
+}
+
+kind_t kind_of(const blob_t& der) {
+  asn_iter_t cur = asn1_iter_(der);
   asn_iter_t outer;
   asn_iter_t inner;
   asn_iter_t unused;
-  if (block.encrypted) {
-    return kind_t::legacy_encrypted_key;
-  }
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &outer)) {
     return kind_t::unknown;
   }
@@ -130,6 +132,19 @@ kind_t kind_of(const input_block_t& block) {
     }
   }
   return kind_t::unknown;
+}
+
+const char* short_name(kind_t kind) {
+  switch (kind) {
+    case kind_t::certificate:
+      return "certificate";
+    case kind_t::request:
+      return "request";
+    case kind_t::crl:
+      return "CRL";
+    default:
+      return "object";
+  }
 }
 
 std::string what_it_is(const input_block_t& block) {

@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include <pkider/asn_reader.h>
+
 #include "input.h"
 
 enum class kind_t {
@@ -24,7 +26,11 @@ enum class kind_t {
   legacy_encrypted_key,  // PEM with RFC 1421's headers
 };
 
+kind_t kind_of(const blob_t& der);
 kind_t kind_of(const input_block_t& block);
+
+// "certificate", "request", "CRL"
+const char* short_name(kind_t kind);
 
 // What it is and what to do with it: "a certificate request: openssl req -in FILE -noout -text
 // shows it"; or what is known of an input that is no kind: "cut off after 100 of 1391 bytes".

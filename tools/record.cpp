@@ -1,6 +1,7 @@
 #include "record.h"
 
 #include <algorithm>
+#include <cctype>
 #include <iostream>
 #include <nlohmann/json.hpp>
 
@@ -26,12 +27,20 @@ struct to_json_t {
   }
 };
 
+// "SHA-1" becomes sha_1.
+std::string json_name(std::string name) {
+  for (char& c : name) {
+    c = std::isalnum(static_cast<unsigned char>(c)) != 0
+            ? static_cast<char>(std::tolower(static_cast<unsigned char>(c)))
+            : '_';
+  }
+  return name;
+}
+
 json_t to_json(const record_t& record) {
   json_t object = json_t::object();
   for (const record_t::field_t& field : record.fields()) {
-    std::string name = field.name;
-    std::replace(name.begin(), name.end(), ' ', '_');
-    object[name] = std::visit(to_json_t(), field.json);
+    object[json_name(field.name)] = std::visit(to_json_t(), field.json);
   }
   return object;
 }
@@ -50,6 +59,10 @@ void print_text(const record_t& record) {
   for (const record_t::field_t& field : record.fields()) {
     if (!field.text.empty()) {
       print_field(field.name.c_str(), field.text);
+    } else if (const auto* lines = std::get_if<record_t::list_t>(&field.json)) {
+      for (const std::string& line : *lines) {
+        print_field(field.name.c_str(), line);
+      }
     }
   }
   for (const record_t::field_t& field : record.fields()) {

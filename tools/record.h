@@ -18,7 +18,7 @@ class record_t {
   using value_t = std::variant<std::string, std::uint64_t, bool, list_t, std::vector<record_t>>;
 
   // A field whose JSON value is its text, or another one that programs read more easily. Its JSON
-  // name is `name` with '_' for each blank.
+  // name is `name` in lower case, with '_' for what is no letter or digit.
   void add(const std::string& name, const std::string& text) { add(name, text, text); }
   void add(const std::string& name, const std::string& text, value_t json) {
     fields_.push_back({name, text, std::move(json)});
@@ -26,6 +26,13 @@ class record_t {
 
   // A field of the JSON object alone.
   void add_json(const std::string& name, value_t json) { add(name, "", std::move(json)); }
+
+  // A list, a line for each; nothing when it is empty.
+  void add_lines(const std::string& name, const list_t& lines) {
+    if (!lines.empty()) {
+      fields_.push_back({name, "", lines});
+    }
+  }
 
   struct field_t {
     std::string name;

@@ -1,7 +1,10 @@
 // pkider cert: what a certificate says about its holder, its key and its signature.
 
+#include <cstdint>
+#include <ctime>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include <pkider/asn_helper.h>
 
@@ -10,6 +13,8 @@
 #include "asn_time.h"
 #include "bytes.h"
 #include "certificate.h"
+#include "digest.h"
+#include "extensions.h"
 #include "known_oids.h"
 #include "messages.h"
 #include "public_key.h"
@@ -102,6 +107,22 @@ void add_serial(record_t& record, const std::string& where, const blob_t& elemen
   });
 }
 
+// Reports a certificate that ends within so many days from now.
+void check_end(const std::string& where, const certificate_t& certificate, int days) {
+  constexpr std::int64_t seconds_per_day = 86400;
+  asn_time_t end;
+  if (!read_asn_time(certificate.not_after, end) || !end.exists) {
+    throw input_error_t(where, "when it ends is not known");
+  }
+  const std::int64_t now = std::time(nullptr);
+  if (end.seconds < now) {
+    report(where, "ended on " + time_text(end));
+  } else if (end.seconds < now + days * seconds_per_day) {
+    const std::int64_t left = (end.seconds - now) / seconds_per_day;
+    report(where, "ends in " + std::to_string(left) + " days, on " + time_text(end));
+  }
+}
+
 record_t show(const std::string& where, const certificate_t& certificate, bool verbose) {
   record_t record;
   record.add("certificate", where);
@@ -113,6 +134,12 @@ record_t show(const std::string& where, const certificate_t& certificate, bool v
   try_field(record, "key", [&] { add_public_key(record, where, certificate.public_key, verbose); });
   try_field(record, "signature",
             [&] { record.add("signature", signature_text(where, certificate.signature_alg)); });
+  if (certificate.extensions.size != 0) {
+    try_field(record, "extensions", [&] { add_extensions(record, where, certificate.extensions); });
+  }
+  record.add("SHA-1", hex(view(sha1(certificate.whole))));
+  record.add("SHA-256", hex(view(sha256(certificate.whole))));
+  record.add("Streebog-256", hex(view(streebog256(certificate.whole))));
   return record;
 }
 
@@ -122,17 +149,26 @@ void add_cert_verb(CLI::App& app) {
   struct options_t {
     std::vector<std::string> files;
     bool verbose = false;
+    std::optional<int> days;
   };
   const auto options = std::make_shared<options_t>();
-  CLI::App* verb =
-      app.add_subcommand("cert", "Show certificates: names, validity, key and signature");
+  CLI::App* verb = app.add_subcommand(
+      "cert", "Show certificates: names, validity, key, signature, extensions and fingerprints");
   verb->add_flag("--verbose", options->verbose, "Show the key itself too, in hexadecimal");
-  verb->add_option("FILE", options->files, "Certificates in PEM or DER; - is standard input")
+  constexpr int max_days = 100000;
+  verb->add_option("--check-end", options->days, "Fail when a certificate ends within so many days")
+      ->check(CLI::Range(0, max_days).description(""))
+      ->type_name("DAYS");
+  verb->add_option("FILE", options->files,
+                   "Certificates or PKCS#7 bundles, in PEM or DER; - is standard input")
       ->required();
   verb->callback([options] {
     for_each_file(options->files, [&](const std::string& file) {
       for_each_certificate(file, [&](const std::string& where, const certificate_t& certificate) {
         print(show(where, certificate, options->verbose));
+        if (options->days) {
+          check_end(where, certificate, *options->days);
+        }
       });
     });
   });

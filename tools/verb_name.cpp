@@ -1,4 +1,4 @@
-// pkider name: the subject, or subject and issuer, of certificates.
+// pkider name: the names in certificates, requests and CRLs.
 
 #include <iostream>
 #include <memory>
@@ -17,18 +17,29 @@ struct options_t {
 };
 
 void run(const options_t& options) {
+  const std::vector<kind_t> kinds = {kind_t::certificate, kind_t::request, kind_t::crl};
   const PrintableDnOrder order = options.reverse ? DN_ORDER_REVERSE : DN_ORDER_DIRECT;
   for_each_file(options.files, [&](const std::string& file) {
     const std::string prefix = options.files.size() > 1 ? printable(file) + ": " : "";
-    for_each_certificate(file, [&](const std::string& where, const certificate_t& certificate) {
-      const std::string subject = dn_text(where, "subject", certificate.subject, order);
+    for_each_object(file, kinds, [&](const std::string& where, const input_block_t& block) {
+      names_t names;
+      read_names(block.der, names);
       if (!options.issuer) {
-        std::cout << prefix << subject << '\n';
+        const bool is_crl = names.subject.size == 0;
+        std::cout << prefix
+                  << (is_crl ? dn_text(where, "issuer", names.issuer, order)
+                             : dn_text(where, "subject", names.subject, order))
+                  << '\n';
         return;
       }
-      const std::string issuer = dn_text(where, "issuer", certificate.issuer, order);
-      std::cout << prefix << "subject: " << subject << '\n'
-                << prefix << "issuer:  " << issuer << '\n';
+      if (names.subject.size != 0) {
+        const std::string subject = dn_text(where, "subject", names.subject, order);
+        std::cout << prefix << "subject: " << subject << '\n';
+      }
+      if (names.issuer.size != 0) {
+        const std::string issuer = dn_text(where, "issuer", names.issuer, order);
+        std::cout << prefix << "issuer:  " << issuer << '\n';
+      }
     });
   });
 }
@@ -37,10 +48,15 @@ void run(const options_t& options) {
 
 void add_name_verb(CLI::App& app) {
   const auto options = std::make_shared<options_t>();
-  CLI::App* verb = app.add_subcommand("name", "Show the subject of certificates, one line each");
-  verb->add_flag("--issuer", options->issuer, "Show subject and issuer, on a line each");
+  CLI::App* verb = app.add_subcommand(
+      "name",
+      "Show the subject of certificates and requests, and the issuer of CRLs, one line each");
+  verb->add_flag("--issuer", options->issuer,
+                 "Show subject and issuer, as far as there are both, on a line each");
   verb->add_flag("--reverse", options->reverse, "Write the last part of a name first");
-  verb->add_option("FILE", options->files, "Certificates in PEM or DER; - is standard input")
+  verb->add_option(
+          "FILE", options->files,
+          "Certificates, requests, CRLs or PKCS#7 bundles, in PEM or DER; - is standard input")
       ->required();
   verb->callback([options] { run(*options); });
 }
