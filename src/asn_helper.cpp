@@ -3,16 +3,16 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <string>
 
 #include <pkider/asn_helper.h>
-#include <pkider/asn_tag.h>
 
 #include "alg_codes.h"
 #include "asn_algorids.h"
 #include "asn_cursor.h"
 #include "asn_oids.h"
+#include "der_writer.h"
 #include "digest_info.h"
-#include "out_string.h"
 
 using namespace alg_codes;
 

@@ -1,12 +1,16 @@
 // Distinguished names: queries and edits on their text, DER to text, text to DER.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <pkider/asn_helper.h>
+#include <pkider/asn_oidmap.h>
 #include <pkider/asn_printable.h>
+#include <pkider/asn_reader.h>
 #include <pkider/asn_tag.h>
 #include <pkider/int2str.h>
 #include <pkider/platform.h>

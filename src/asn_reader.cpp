@@ -1,6 +1,7 @@
 // Single DER elements and small INTEGERs (X.690, 8.1, 8.3).
 
 #include <cstdint>
+#include <string>
 
 #include <pkider/asn_reader.h>
 

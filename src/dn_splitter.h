@@ -3,6 +3,7 @@
 #ifndef PKIDER_SRC_DN_SPLITTER_H
 #define PKIDER_SRC_DN_SPLITTER_H
 
+#include <cstddef>
 #include <string_view>
 #include <vector>
 

@@ -1,8 +1,11 @@
 // Text for logs and displays: names of codes, hexadecimal, times.
 
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <ctime>
 #include <limits>
+#include <string>
 
 #include <pkider/int2str.h>
 

@@ -1,5 +1,7 @@
 // PKCS#12 containers (RFC 7292) and the PKCS#7 ContentInfo (RFC 2315) that they are made of.
 
+#include <list>
+#include <string>
 #include <utility>
 
 #include <pkider/asn_tag.h>
@@ -9,6 +11,7 @@
 #include "asn_oids.h"
 #include "der_writer.h"
 #include "digest_info.h"
+#include "out_string.h"
 #include "pkcs12_writer.h"
 #include "secret.h"
 

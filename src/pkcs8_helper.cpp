@@ -1,6 +1,8 @@
 // PKCS#5 PBES2 parameters (RFC 8018) and PKCS#8 private keys (RFC 5208), GOST flavours.
 
-#include <pkider/asn_tag.h>
+#include <cstring>
+#include <string>
+
 #include <pkider/pkcs8_helper.h>
 
 #include "asn_cursor.h"

@@ -1,6 +1,7 @@
 // T.61 (ITU-T T.61, Teletex) to UTF-8, and UTF-8 itself.
 
 #include <cstdint>
+#include <string>
 
 #include <pkider/t61.h>
 
