@@ -287,8 +287,8 @@ bool asn_read_pubkey(const unsigned char* p, long n, asn_pubkey_t& out) {
   return true;
 }
 
-// Drops leading zeros, but for the last byte: many at a time, so that a modulus of nothing else
-// costs little more than one that is not looked into.
+// Drops leading zeros, except the last byte. Many at a time, so that a modulus of zeros alone costs
+// little more than one that is not looked into.
 static void drop_zeros(blob_t& number) {
   static constexpr unsigned char zeros[32] = {};
   while (number.size > sizeof zeros && std::memcmp(number.data, zeros, sizeof zeros) == 0) {

@@ -88,8 +88,8 @@ PKIDER_API bool asn_read_INTEGER(const void* p, unsigned n, unsigned& value, uns
 //
 // Only the non-zero bytes of `value` are written, the most significant first, after one 00 when the
 // first of them has its top bit set; 0 is written as 00. A value with a zero byte below its leading
-// byte so becomes another number (256 is written as 01, 2048 as 08): choose values without one
-// where the number matters. Throws std::bad_alloc only.
+// byte therefore becomes another number (256 is written as 01, 2048 as 08): where the number
+// matters, choose values without one. Throws std::bad_alloc only.
 PKIDER_API void asn_write_INTEGER(unsigned value, std::string& out);
 
 #endif

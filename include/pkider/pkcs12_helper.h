@@ -66,8 +66,8 @@ struct pkcs12_easy_t {
 // The bytes that verify_mac and compute_mac are given are a complete OCTET STRING element, tag and
 // length included, whose content is the AuthenticatedSafe; RFC 7292 computes the MAC over that
 // content. verify_mac may get further bytes after that element, which the MAC does not cover. It is
-// called before anything inside the container is checked: where there is no such element it is
-// given what is there all the same, of any size, and the read fails afterwards.
+// called before anything inside the container is checked: where there is no such element, it is
+// given whatever is there, of any size, and the read fails afterwards.
 class pbe_crypto_t {
  public:
   // Tells whether `mac` is right for `data`. Called once per read, before any bag is parsed.
@@ -114,8 +114,8 @@ PKIDER_API bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe
                                      pkcs12_easy_t& out);
 
 // asn_write_pkcs12_easy replaces `out` with the PFX of a model: the plain bags in a data
-// ContentInfo, the encrypted ones in one encryptedData ContentInfo, either only if there are any,
-// and the MacData. The model's views may show `out` itself.
+// ContentInfo, the encrypted ones in one encryptedData ContentInfo (neither is written without
+// bags), and the MacData. The model's views may show `out` itself.
 //
 // Nothing is checked. A bag whose type is neither key nor certificate is written with its
 // attributes only. Iteration counts are written by asn_write_INTEGER, which drops zero bytes:
