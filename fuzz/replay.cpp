@@ -70,15 +70,14 @@ int main(int, char** argv) {
     return 0;
   }
   std::vector<std::pair<harness_t*, std::string>> inputs;
-  for (const auto& file : std::filesystem::recursive_directory_iterator(argv[1])) {
-    if (file.is_regular_file()) {
+  for (const auto& [name, harness] : harnesses) {
+    for (const auto& file : std::filesystem::directory_iterator(argv[1] + ('/' + name))) {
       std::cout << file.path().native() << std::endl;  // the last one shown is the culprit
       std::ifstream in(file.path(), std::ios::binary);
-      const auto& [harness, bytes] =
-          inputs.emplace_back(harnesses.at(file.path().parent_path().filename()).run,
-                              std::string(std::istreambuf_iterator<char>(in), {}));
-      run(harness, bytes);
-      run_damaged(harness, bytes);
+      const std::string bytes(std::istreambuf_iterator<char>(in), {});
+      run(harness.run, bytes);
+      run_damaged(harness.run, bytes);
+      inputs.emplace_back(harness.run, bytes);
     }
   }
   std::cout << inputs.size() << " files, in threads" << std::endl;
