@@ -6,30 +6,86 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "messages.h"
 
 namespace {
 
-// A new file beside its later name; removed unless it got that name.
+[[noreturn]] void fail(const std::string& file, int error) {
+  throw input_error_t(file, std::strerror(error));
+}
+
+// Holds back the signals that end a program, and lets them through at its end.
+class signals_held_t {
+ public:
+  signals_held_t() {
+    sigset_t ending = {};
+    sigemptyset(&ending);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+      sigaddset(&ending, signal);
+    }
+    sigprocmask(SIG_BLOCK, &ending, &before_);
+  }
+  signals_held_t(const signals_held_t&) = delete;
+  signals_held_t& operator=(const signals_held_t&) = delete;
+  ~signals_held_t() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+ private:
+  sigset_t before_ = {};
+};
+
+std::string directory_of(const std::string& file) {
+  const std::size_t slash = file.rfind('/');
+  return slash == std::string::npos ? "." : file.substr(0, slash + 1);
+}
+
+// What stands at `file`, if anything.
+std::optional<struct stat> status_of(const std::string& file) {
+  struct stat status = {};
+  if (lstat(file.c_str(), &status) != 0) {
+    return std::nullopt;
+  }
+  return status;
+}
+
+void check_replaceable(const std::string& file, const struct stat& status, bool overwrite) {
+  if (!overwrite) {
+    throw input_error_t(file, "exists already; --overwrite replaces it");
+  }
+  if (!S_ISREG(status.st_mode)) {
+    throw input_error_t(file, "is no regular file, and only such files are replaced");
+  }
+}
+
+// A new file in the directory of its later name. Where the file system can, it has no name at all
+// until it is whole; else it is removed unless it got its name.
 class new_file_t {
  public:
   explicit new_file_t(const std::string& file)
-      : file_(file), temporary_(file + ".XXXXXX"), number_(mkostemp(temporary_.data(), O_CLOEXEC)) {
+      : file_(file),
+        number_(open(directory_of(file).c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, private_mode)) {
+    if (number_ >= 0 && access(link_to_it().c_str(), F_OK) == 0) {
+      return;
+    }
+    close(number_);
+    temporary_ = file + ".XXXXXX";
+    number_ = mkostemp(temporary_.data(), O_CLOEXEC);
     if (number_ < 0) {
-      fail();
+      fail(directory_of(file), errno);
     }
   }
   new_file_t(const new_file_t&) = delete;
   new_file_t& operator=(const new_file_t&) = delete;
   ~new_file_t() {
-    close(number_);
-    if (!named_) {
+    if (!temporary_.empty()) {
       unlink(temporary_.c_str());
     }
+    close(number_);
   }
 
   void write(const std::string& content) {
@@ -37,47 +93,132 @@ class new_file_t {
     while (done < content.size()) {
       const ssize_t count = ::write(number_, content.data() + done, content.size() - done);
       if (count < 0) {
-        fail();
+        fail(file_, errno);
       }
       done += static_cast<std::size_t>(count);
     }
   }
 
-  void name(mode_t mode, bool overwrite) {
+  void set_mode(mode_t mode) {
     const mode_t mask = umask(0);
     umask(mask);
-    constexpr unsigned replace = 0;
-    if (fchmod(number_, mode & ~mask) != 0 || fsync(number_) != 0 ||
-        renameat2(AT_FDCWD, temporary_.c_str(), AT_FDCWD, file_.c_str(),
-                  overwrite ? replace : RENAME_NOREPLACE) != 0) {
-      fail();
+    if (fchmod(number_, mode & ~mask) != 0) {
+      fail(file_, errno);
     }
-    named_ = true;
+  }
+
+  void set_owner_and_mode(const struct stat& status) {
+    if (fchown(number_, status.st_uid, status.st_gid) != 0 ||
+        fchmod(number_, status.st_mode & ~static_cast<mode_t>(S_IFMT)) != 0) {
+      throw input_error_t(
+          file_, "its owner and mode cannot be kept: " + std::string(std::strerror(errno)));
+    }
+  }
+
+  // Under a name that is free.
+  void name() {
+    const std::string from = temporary_.empty() ? link_to_it() : temporary_;
+    if (linkat(AT_FDCWD, from.c_str(), AT_FDCWD, file_.c_str(), AT_SYMLINK_FOLLOW) == 0) {
+      return;
+    }
+    if (errno == EEXIST) {
+      throw input_error_t(file_, "exists already; --overwrite replaces it");
+    }
+    // The file system has no links. Who makes the name first has it.
+    const int claim = open(file_.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, private_mode);
+    if (claim < 0) {
+      fail(file_, errno);
+    }
+    close(claim);
+    try {
+      replace();
+    } catch (const input_error_t&) {
+      unlink(file_.c_str());
+      throw;
+    }
+  }
+
+  // Under a name that a file has.
+  void replace() {
+    if (temporary_.empty()) {
+      const std::string free_name = file_ + "." + std::to_string(getpid());
+      if (linkat(AT_FDCWD, link_to_it().c_str(), AT_FDCWD, free_name.c_str(), AT_SYMLINK_FOLLOW) !=
+          0) {
+        fail(free_name, errno);
+      }
+      temporary_ = free_name;
+    }
+    if (rename(temporary_.c_str(), file_.c_str()) != 0) {
+      fail(file_, errno);
+    }
+    temporary_.clear();
+  }
+
+  void sync() {
+    if (fsync(number_) != 0) {
+      fail(file_, errno);
+    }
   }
 
  private:
-  [[noreturn]] void fail() const { throw input_error_t(file_, std::strerror(errno)); }
+  std::string link_to_it() const { return "/proc/self/fd/" + std::to_string(number_); }
 
   std::string file_;
-  std::string temporary_;
+  std::string temporary_;  // empty while there is none
   int number_;
-  bool named_ = false;
 };
+
+void write_output(const output_file_t& output, bool overwrite, bool sync) {
+  const signals_held_t held;
+  const std::optional<struct stat> old = status_of(output.name);
+  new_file_t file(output.name);
+  file.write(output.content);
+  if (!old) {
+    file.set_mode(output.mode);
+  } else {
+    check_replaceable(output.name, *old, overwrite);
+    file.set_owner_and_mode(*old);
+  }
+  if (sync) {
+    file.sync();
+  }
+  old ? file.replace() : file.name();
+}
+
+void sync_directory(const std::string& directory, int (*sync)(int)) {
+  const int number = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const bool good = number >= 0 && sync(number) == 0;
+  const int error = errno;
+  close(number);
+  if (!good) {
+    fail(directory, error);
+  }
+}
 
 }  // namespace
 
-void write_output(const std::string& file, const std::string& content, mode_t mode,
-                  bool overwrite) {
-  new_file_t output(file);
-  output.write(content);
-  output.name(mode, overwrite);
+void write_outputs(const std::vector<output_file_t>& files, bool overwrite) {
+  if (files.empty()) {
+    return;
+  }
+  const bool one = files.size() == 1;
+  for (const output_file_t& file : files) {
+    write_output(file, overwrite, one);
+  }
+  // One wait for all of many files.
+  sync_directory(directory_of(files.front().name), one ? fsync : syncfs);
 }
 
-void check_absent(const std::string& file, bool overwrite) {
-  struct stat status = {};
-  if (!overwrite && lstat(file.c_str(), &status) == 0) {
-    throw input_error_t(file, "exists already; --overwrite replaces it");
+void check_replaceable(const std::string& file, bool overwrite) {
+  if (const auto status = status_of(file)) {
+    check_replaceable(file, *status, overwrite);
   }
+}
+
+void check_output(const std::string& file, bool overwrite) {
+  check_replaceable(file, overwrite);
+  const signals_held_t held;
+  const new_file_t probe(file);
 }
 
 std::string to_pem(const std::string& label, const blob_t& der) {

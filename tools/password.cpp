@@ -6,11 +6,13 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
+#include <limits>
+#include <map>
 #include <memory>
+#include <sstream>
+#include <string_view>
 
 #include "messages.h"
 
@@ -20,11 +22,12 @@ constexpr std::size_t max_size = 1024;
 
 class descriptor_t {
  public:
-  explicit descriptor_t(int number) : number_(number) {}
+  explicit descriptor_t(const std::string& file)
+      : number_(file == "-" ? STDIN_FILENO : open(file.c_str(), O_RDONLY | O_CLOEXEC)) {}
   descriptor_t(const descriptor_t&) = delete;
   descriptor_t& operator=(const descriptor_t&) = delete;
   ~descriptor_t() {
-    if (number_ >= 0) {
+    if (number_ > STDIN_FILENO) {
       close(number_);
     }
   }
@@ -34,115 +37,186 @@ class descriptor_t {
   int number_;
 };
 
-secret_t first_line_of(const std::string& file) {
-  const descriptor_t input(open(file.c_str(), O_RDONLY | O_CLOEXEC));
-  secret_t content(max_size + 2);
-  std::size_t used = 0;
-  ssize_t count = input.number() < 0 ? -1 : 1;
-  while (count > 0 && used < content.size()) {
-    count = read(input.number(), content.data() + used, content.size() - used);
-    used += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+bool begins_with(const secret_t& text, std::string_view prefix) {
+  return text.size() >= prefix.size() &&
+         std::equal(prefix.begin(), prefix.end(), text.begin(),
+                    [](char a, unsigned char b) { return static_cast<unsigned char>(a) == b; });
+}
+
+void check_text(const std::string& file, const secret_t& line) {
+  if (begins_with(line, "\xEF\xBB\xBF")) {
+    throw input_error_t(file,
+                        "begins with a byte order mark, which is no part of a password: save "
+                        "it without one");
   }
+  if (begins_with(line, "\xFF\xFE") || begins_with(line, "\xFE\xFF") ||
+      std::count(line.begin(), line.end(), 0) != 0) {
+    throw input_error_t(file,
+                        "is no text in UTF-8 (UTF-16 perhaps), so its password would not be "
+                        "the one meant");
+  }
+}
+
+// A byte at a time, so that what follows the line stays in standard input.
+secret_t first_line_of(const std::string& file) {
+  const descriptor_t input(file);
+  secret_t line;
+  line.reserve(max_size + 2);
+  unsigned char byte = 0;
+  ssize_t count = 0;
+  while ((count = read(input.number(), &byte, 1)) == 1 && byte != '\n') {
+    line.push_back(byte);
+    if (line.size() > max_size + 1) {
+      throw input_error_t(file, "the first line is too long for a password");
+    }
+  }
+  explicit_bzero(&byte, 1);
   if (count < 0) {
     throw input_error_t(file, std::strerror(errno));
   }
-  content.resize(used);
-  content.erase(std::find(content.begin(), content.end(), '\n'), content.end());
-  if (!content.empty() && content.back() == '\r') {
-    content.pop_back();
+  check_text(file, line);
+  if (!line.empty() && line.back() == '\r') {
+    line.pop_back();
   }
-  if (content.size() > max_size) {
-    throw input_error_t(file, "the first line is too long for a password");
+  return line;
+}
+
+// The variable's value, which is wiped where it stood. It can be asked for again.
+const secret_t& value_of(const std::string& variable) {
+  static std::map<std::string, secret_t> values;
+  if (const auto known = values.find(variable); known != values.end()) {
+    return known->second;
   }
-  return content;
+  char* const value = std::getenv(variable.c_str());
+  if (value == nullptr) {
+    throw input_error_t(variable, "no such environment variable");
+  }
+  const std::size_t size = std::strlen(value);
+  if (size > max_size) {
+    throw input_error_t(variable, "too long for a password");
+  }
+  secret_t& kept = values[variable];
+  kept.assign(value, value + size);
+  explicit_bzero(value, size);
+  return kept;
 }
 
 secret_t from_terminal(const std::string& prompt) {
-  secret_t line(max_size + 1);
+  secret_t line(max_size + 2);
   char* const text = reinterpret_cast<char*>(line.data());
   if (readpassphrase(prompt.c_str(), text, line.size(), RPP_REQUIRE_TTY) == nullptr) {
     throw input_error_t(
         "no terminal to ask for the password: use --password-file or --password-env");
   }
   line.resize(std::strlen(text));
+  if (line.size() > max_size) {
+    throw input_error_t("a password has at most " + std::to_string(max_size) + " bytes");
+  }
   return line;
+}
+
+secret_t choose_on_terminal(const std::string& prompt) {
+  constexpr int tries = 3;
+  const char* complaint = "";
+  for (int i = 0; i < tries; ++i) {
+    secret_t password = from_terminal(complaint + prompt + ": ");
+    if (password.empty()) {
+      complaint = "Nothing was typed. ";
+    } else if (from_terminal("The same again: ") == password) {
+      return password;
+    } else {
+      complaint = "The two differ. ";
+    }
+  }
+  throw input_error_t("no password was chosen");
+}
+
+secret_t given_password(const password_source_t& source) {
+  return source.file.empty() ? value_of(source.variable) : first_line_of(source.file);
+}
+
+// Validators of options: the message, or nothing.
+
+std::string not_empty(const std::string& text) {
+  return text.empty() ? "may not be empty" : "";
+}
+
+std::string check_count(const std::string& text) {
+  constexpr std::size_t max_digits = 10;
+  const bool digits = !text.empty() && text.size() <= max_digits &&
+                      text.find_first_not_of("0123456789") == std::string::npos;
+  const std::uint64_t number = digits ? std::stoull(text) : 0;
+  return number != 0 && number <= std::numeric_limits<std::uint32_t>::max()
+             ? std::string()
+             : "'" + text + "' is no number from 1 to 4294967295";
+}
+
+std::string check_writable(const std::string& text) {
+  if (const std::string wrong = check_count(text); !wrong.empty()) {
+    return wrong;
+  }
+  const auto asked = static_cast<unsigned>(std::stoul(text));
+  const unsigned next = writable_iterations(asked);
+  if (next == asked) {
+    return {};
+  }
+  std::ostringstream message;
+  message << asked << " (hexadecimal " << std::hex << asked << std::dec
+          << ") has a zero byte below its first, which a container's encoding leaves out; take "
+          << next << " (" << std::hex << next << ')';
+  return message.str();
 }
 
 }  // namespace
 
 void add_password_options(CLI::App* verb, password_source_t* source, const std::string& prefix,
                           const std::string& whose) {
+  const CLI::Validator given(not_empty, "");
   CLI::Option* const file =
       verb->add_option("--" + prefix + "password-file", source->file,
-                       "The password of " + whose + " is the first line of this file")
-          ->type_name("FILE");
+                       "The password of " + whose +
+                           " is the first line of this file; - is the next line of standard input")
+          ->type_name("FILE")
+          ->check(given);
   verb->add_option("--" + prefix + "password-env", source->variable,
                    "The password of " + whose + " is in this environment variable")
       ->type_name("NAME")
+      ->check(given)
       ->excludes(file);
 }
 
-void add_limit_option(CLI::App* verb, gost_pbe_options_t* options) {
-  verb->add_option("--max-iterations", options->round_limit,
-                   "Refuse a file that asks for more rounds of key derivation in all; a million "
-                   "take some four seconds")
+void add_limit_option(CLI::App* verb, std::uint64_t* round_limit) {
+  verb->add_option("--max-iterations", *round_limit,
+                   "Refuse files that ask for more rounds of key derivation in all; a million take "
+                   "some four seconds")
+      ->check(CLI::Validator(check_count, ""))
       ->type_name("N")
       ->capture_default_str();
 }
 
 void add_iterations_option(CLI::App* verb, gost_pbe_options_t* options) {
-  const CLI::Validator writable(
-      [](const std::string& text) {
-        unsigned iterations = 0;
-        return CLI::detail::lexical_cast(text, iterations) && can_write_iterations(iterations)
-                   ? std::string()
-                   : "the number of rounds must fit 32 bits and have no zero byte below its first "
-                     "(256 and 65,537 have one, 600,000 has none)";
-      },
-      "");
   verb->add_option("--iterations", options->iterations,
-                   "Rounds of key derivation; no byte of the number may be zero")
-      ->check(writable)
+                   "Rounds of key derivation in what is written; no byte of the number may be zero")
+      ->check(CLI::Validator(check_writable, ""))
       ->type_name("N")
       ->capture_default_str();
 }
 
-secret_t read_password(const password_source_t& source, const std::string& prompt, bool chosen) {
-  if (!source.file.empty()) {
-    return first_line_of(source.file);
-  }
-  if (!source.variable.empty()) {
-    const char* const value = std::getenv(source.variable.c_str());
-    if (value == nullptr) {
-      throw input_error_t(source.variable, "no such environment variable");
-    }
-    return secret_t(value, value + std::strlen(value));
-  }
-  secret_t password = from_terminal(prompt + ": ");
-  if (chosen && from_terminal("The same again: ") != password) {
-    throw input_error_t("the two passwords differ");
-  }
-  return password;
+void set_secret_work(CLI::App* verb, const std::function<void()>& work) {
+  const auto may_swap = std::make_shared<bool>(false);
+  verb->add_flag("--may-swap", *may_swap,
+                 "Go on where the memory for passwords and keys cannot be locked");
+  verb->callback([may_swap, work] { with_secrets(*may_swap, work); });
 }
 
-std::function<void(unsigned done, unsigned total)> terminal_progress() {
-  using clock = std::chrono::steady_clock;
-  constexpr auto noticeable = std::chrono::milliseconds(300);
-  if (isatty(STDERR_FILENO) == 0) {
-    return {};
+secret_t read_password(const password_source_t& source, const std::string& prompt, bool chosen) {
+  const bool given = !source.file.empty() || !source.variable.empty();
+  if (!given) {
+    return chosen ? choose_on_terminal(prompt) : from_terminal(prompt + ": ");
   }
-  return [noticeable, begin = clock::now(), shown = false](unsigned done, unsigned total) mutable {
-    if (done == 0) {
-      begin = clock::now();
-      shown = false;
-    }
-    if (done == total) {
-      std::cerr << (shown ? "\r\x1B[K" : "");
-      return;
-    }
-    if (clock::now() - begin > noticeable) {
-      std::cerr << "\rDeriving a key ... " << 100ULL * done / total << " %";
-      shown = true;
-    }
-  };
+  secret_t password = given_password(source);
+  if (chosen && password.empty()) {
+    throw input_error_t(source.file + source.variable, "the password is empty");
+  }
+  return password;
 }

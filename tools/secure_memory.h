@@ -1,5 +1,6 @@
 // Passwords and derived keys: memory that is locked, wiped when given back, and in no core dump.
-// All other heap memory of the command is wiped too (wiped_heap.cpp).
+// All other heap memory of the command is wiped too (wiped_heap.cpp), and so is the stack that a
+// verb used.
 
 #ifndef PKIDER_TOOLS_SECURE_MEMORY_H
 #define PKIDER_TOOLS_SECURE_MEMORY_H
@@ -7,12 +8,18 @@
 #include <gcrypt.h>
 
 #include <cstddef>
+#include <functional>
 #include <new>
 #include <vector>
 
 // protect_secrets readies libgcrypt's secure memory and forbids core dumps and tracing. Call it
-// before the first secret comes into being. Throws std::runtime_error.
-void protect_secrets();
+// before the first secret comes into being. Throws std::runtime_error, also when the memory cannot
+// be locked, unless it `may_be_swapped`.
+void protect_secrets(bool may_be_swapped = false);
+
+// Does `work` under protect_secrets, and then wipes the stack that it used, whether it throws or
+// not.
+void with_secrets(bool may_be_swapped, const std::function<void()>& work);
 
 template <class T>
 struct secure_allocator_t {

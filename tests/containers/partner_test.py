@@ -77,7 +77,7 @@ def exchange(kind, at):
         (at / "both.crt").write_text(cert + other)
         certtool("--to-p12 --load-privkey key --load-certificate both.crt --p12-name Имя --outder "
                  f"--outfile their.p12 {GOST}")
-        pkider("p12 extract their.p12 --out out")
+        pkider("p12 extract their.p12 --out out --max-iterations 2400000")
         names = ["key-1.pem", "cert-1.pem", "cert-2.pem"]
         check("extracted", [key, cert, other] == [(at / "out" / name).read_text() for name in names])
         certtool(f"--to-p8 --load-privkey key --outfile their.p8 {GOST}")
@@ -127,8 +127,140 @@ def exchange(kind, at):
     certtool("--p12-info --inder --infile native.p12", status=1)
 
 
+# What openssl and certtool encrypt with: a key, then their options.
+OPENSSL = [
+    *(f"{key} -iter 2048" for key in ("rsa", "pss", "dsa", "ec", "k1", "b2", "ed25519", "ed448", "gost01",
+                                      "gost256", "gost512")),
+    *(f"rsa -iter 300 -keypbe {pbe} -certpbe {pbe}" for pbe in (
+        "AES-128-CBC", "AES-192-CBC", "des-ede3-cbc", "camellia-256-cbc", "rc2-cbc", "rc2-40-cbc",
+        "PBE-SHA1-3DES", "PBE-SHA1-2DES", "PBE-SHA1-RC2-40", "PBE-SHA1-RC2-128", "PBE-SHA1-RC4-128",
+        "PBE-SHA1-RC4-40", "PBE-MD5-DES", "PBE-SHA1-DES", "NONE", "gost89")),
+    *(f"ec -iter 300 -macalg {digest}" for digest in (
+        "md5", "sha1", "sha224", "sha384", "sha512", "sha512-256", "sha3-256", "md_gost94",
+        "md_gost12_256", "md_gost12_512")),
+    "ec -nomac", "ec -noiter -nomaciter"]
+CERTTOOL = ["--pkcs-cipher 3des", "--pkcs-cipher 3des-pkcs12 --hash sha512", "--pkcs-cipher rc2-40",
+            "--pkcs-cipher arcfour", "--pkcs-cipher aes-192 --hash sha256",
+            "--pkcs-cipher gost28147-tc26z --hash streebog-256"]
+KEYS = {
+    "rsa": "RSA", "pss": "RSA-PSS", "ec": "EC -pkeyopt ec_paramgen_curve:P-384",
+    "k1": "EC -pkeyopt ec_paramgen_curve:secp256k1", "b2": "EC -pkeyopt ec_paramgen_curve:sect283k1",
+    "ed25519": "ED25519", "ed448": "ED448", "gost01": "gost2001 -pkeyopt paramset:C",
+    "gost256": "gost2012_256 -pkeyopt paramset:TCA", "gost512": "gost2012_512 -pkeyopt paramset:C"}
+ENGINE = """openssl_conf = a\n[a]\nengines = b\n[b]\ngost = c\n[c]\nengine_id = gost\ndefault_algorithms = ALL"""
+
+
+def der(tag, *content):
+    content = b"".join(content)
+    size = len(content).to_bytes(4, "big").lstrip(b"\0") or b"\0"
+    return bytes([tag]) + (size if len(content) < 128 else bytes([0x80 | len(size)]) + size) + content
+
+
+def elements(content):
+    """The (tag, content) of each element of DER."""
+    while content:
+        long = content[1] & 0x7F if content[1] & 0x80 else 0
+        size = int.from_bytes(content[2:2 + long], "big") if long else content[1]
+        yield content[0], content[2 + long:2 + long + size]
+        content = content[2 + long + size:]
+
+
+def ber(content):
+    """DER with indefinite lengths, and OCTET STRINGs in two pieces."""
+    out = b""
+    for tag, inner in elements(content):
+        if tag == 4:
+            out += b"\x24\x80" + der(4, inner[:5]) + der(4, inner[5:]) + b"\0\0"
+        else:
+            out += bytes([tag, 0x80]) + ber(inner) + b"\0\0" if tag & 0x20 else der(tag, inner)
+    return out
+
+
+def open_foreign(at):
+    """Containers in the schemes of other programs: what comes out equals what went in."""
+    gost = subprocess.run(["openssl", "engine", "gost"], capture_output=True).returncode == 0
+    (at / "cnf").write_text(ENGINE if gost else "")
+
+    def shell(line, **kw):
+        return run("sh", "-ec", "export OPENSSL_CONF=cnf\n" + line, cwd=at, **kw)
+
+    def extract(file, key, err=""):
+        done = shell(f"rm -rf out; {PKIDER} p12 extract {file} --out out --password-env "
+                     f"{'WRONG' if err else 'PASSWORD'}", status=1 if err else 0, err=err)
+        if not err:
+            check(f"pairs {file}", ", of cert-1.pem" in done)
+            shell(f"""
+                for key in {key}.key out/key-1.pem; do openssl pkey -in $key -outform DER -out $key.der; done
+                cmp {key}.key.der out/key-1.pem.der
+                openssl x509 -in {key}.crt -outform DER -out x; openssl x509 -in out/cert-1.pem -outform DER -out y
+                cmp x y""")
+
+    shell("openssl dsaparam -genkey 1024 | openssl pkey -out dsa.key" + "".join(
+        f"\nopenssl genpkey -algorithm {kind} -out {name}.key" for name, kind in KEYS.items()
+        if gost or "gost" not in kind))
+    for key in at.glob("*.key"):
+        shell(f"openssl req -new -x509 -key {key.name} -subj /CN={key.stem} -out {key.stem}.crt")
+    for row in OPENSSL:
+        key, options = row.split(" ", 1)
+        if gost or "gost" not in row:
+            old = "-provider default -provider legacy" if "pbe" in row and "gost" not in row else ""
+            shell(f"openssl pkcs12 -export -inkey {key}.key -in {key}.crt -passout env:PASSWORD -out x.p12 "
+                  f"-name x {old} {options}")
+            extract("x.p12", key)
+    extract("x.p12", "ec", "x.p12: wrong password")
+    whole = (at / "x.p12").read_bytes()
+    (at / "cut.p12").write_bytes(whole[:-9])
+    (at / "changed.p12").write_bytes(whole.replace(b"\x06\x09\x2A", b"\x06\x09\x2B", 2))
+    (at / "ber.p12").write_bytes(ber(whole))
+    extract("cut.p12", "ec", "cut.p12: not a PKCS#12 file, but cut off after")
+    extract("changed.p12", "ec", "changed.p12: a PKCS#12 file, but malformed")
+    extract("ber.p12", "ec")
+    for options in CERTTOOL:
+        shell(f"certtool --to-p12 --load-privkey ec.key --load-certificate ec.crt --p12-name x --outder "
+              f"--outfile x.p12 --password '{PASSWORD}' {options}")
+        extract("x.p12", "ec")
+    # Keys are compared with all certificates.
+    shell("cat *.crt >all")
+    for key in at.glob("*.key"):
+        found = shell(f"{PKIDER} key match --key {key.name} --cert all").splitlines()
+        check(f"{key}: {found}", len(found) == 1)
+    shell(f"{PKIDER} key match --key rsa.key --cert ec.crt", status=1,
+          err="none of the certificates belongs to this key")
+
+
+def key_forms(at):
+    """Forms of a GOST private key: which belong to its certificate, and which are refused."""
+    order = 0xFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF6C611070995AD10045841B09B761B893
+    run(*"certtool --generate-privkey --key-type gost12-256 --no-text --outfile key".split(), cwd=at)
+    (at / "template").write_text(TEMPLATE.format("x", "y"))
+    run(*"certtool --generate-self-signed --load-privkey key --template template --outfile crt".split(), cwd=at)
+    octets = bytes.fromhex(re.search("octets: *(.*)", run(PKIDER, "key", "show", "--reveal", "key", cwd=at))[1])
+    number, mask = int.from_bytes(octets, "little"), 0x1234567 << 200
+    masked = (number * pow(mask, -1, order) % order).to_bytes(32, "little") + mask.to_bytes(32, "little")
+    crypto_pro_a, x25519 = (der(6, bytes.fromhex(oid)) for oid in ("2A850302022301", "2B656E"))
+    digest = der(6, bytes.fromhex("2A85030701010202"))
+    for form, params, err in [
+            (octets, crypto_pro_a + digest, ""), (octets, crypto_pro_a, ""),
+            (der(4, octets), crypto_pro_a, ""), (der(2, number.to_bytes(33, "big").lstrip(b"\0") or b"\0"),
+                                                 crypto_pro_a, ""),
+            (masked, crypto_pro_a, ""), (der(4, masked), crypto_pro_a, ""),
+            (der(0x30, der(4, masked), der(4, bytes(64))), crypto_pro_a, ""),
+            (octets, x25519, "its parameter set is not one that this command computes with"),
+            (b"", crypto_pro_a, "the key is malformed"), (bytes(32), crypto_pro_a, "the key is malformed"),
+            (bytes(1 << 20), crypto_pro_a, "the key is malformed")]:
+        algorithm = der(0x30, der(6, bytes.fromhex("2A85030701010101")), der(0x30, params))
+        (at / "form").write_bytes(der(0x30, b"\2\1\0", algorithm, der(4, form)))
+        run(PKIDER, *"key match --key form --cert crt".split(), status=1 if err else 0, err=err, cwd=at)
+    big = der(2, b"\x7F" * 40000)
+    (at / "big").write_bytes(der(0x30, b"\2\1\0", bytes.fromhex("300D06092A864886F70D0101010500"),
+                                 der(4, der(0x30, b"\2\1\0", big, b"\2\1\3"))))
+    check("RSA", "319999 bits" in run(PKIDER, "key", "show", "big", cwd=at))
+
+
 with tempfile.TemporaryDirectory() as directory, \
         concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-    jobs = [pool.submit(exchange, kind, Path(tempfile.mkdtemp(dir=directory))) for kind in KINDS]
+    def start(test, *args):
+        return pool.submit(test, *args, Path(tempfile.mkdtemp(dir=directory)))
+    jobs = [*(start(exchange, kind) for kind in KINDS), start(open_foreign), start(key_forms)]
 for job in jobs:
     job.result()

@@ -1,0 +1,541 @@
+#include "key_id.h"
+
+#include <gcrypt.h>
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+
+#include <pkider/asn_helper.h>
+
+#include "asn_cursor.h"
+#include "ber.h"
+#include "bytes.h"
+#include "derivation.h"
+#include "known_oids.h"
+#include "public_key.h"
+
+namespace {
+
+// clang-format off
+constexpr key_algorithm_t algorithms[] = {
+    {"1.2.840.113549.1.1.1",  key_kind_t::rsa,        0},
+    {"1.2.840.113549.1.1.7",  key_kind_t::rsa,        0},    // RSAES-OAEP
+    {"1.2.840.113549.1.1.10", key_kind_t::rsa,        0},    // RSASSA-PSS
+    {"1.2.840.10040.4.1",     key_kind_t::dsa,        0},
+    {"1.2.840.10045.2.1",     key_kind_t::ec,         0},
+    {"1.3.132.1.12",          key_kind_t::ec,         0},    // for ECDH alone
+    {"1.3.101.110",           key_kind_t::montgomery, 256},  // X25519
+    {"1.3.101.111",           key_kind_t::montgomery, 448},  // X448
+    {"1.3.101.112",           key_kind_t::edwards,    256},  // Ed25519
+    {"1.3.101.113",           key_kind_t::edwards,    456},  // Ed448
+    {"1.2.643.2.2.19",        key_kind_t::gost,       256},  // GOST R 34.10-2001
+    {"1.2.643.7.1.1.1.1",     key_kind_t::gost,       256},  // GOST R 34.10-2012
+    {"1.2.643.7.1.1.1.2",     key_kind_t::gost,       512},
+};
+
+// Curves in Weierstrass form that libgcrypt computes with. Others must not reach it: with those in
+// Montgomery form it ends the process.
+struct curve_t {
+  std::string_view oid;
+  const char* name;  // libgcrypt's
+  unsigned bits;
+};
+
+constexpr curve_t curves[] = {
+    {"1.2.840.10045.3.1.1",   "NIST P-192",             192},
+    {"1.3.132.0.33",          "NIST P-224",             224},
+    {"1.2.840.10045.3.1.7",   "NIST P-256",             256},
+    {"1.3.132.0.34",          "NIST P-384",             384},
+    {"1.3.132.0.35",          "NIST P-521",             521},
+    {"1.3.132.0.10",          "secp256k1",              256},
+    {"1.3.36.3.3.2.8.1.1.1",  "brainpoolP160r1",        160},
+    {"1.3.36.3.3.2.8.1.1.3",  "brainpoolP192r1",        192},
+    {"1.3.36.3.3.2.8.1.1.5",  "brainpoolP224r1",        224},
+    {"1.3.36.3.3.2.8.1.1.7",  "brainpoolP256r1",        256},
+    {"1.3.36.3.3.2.8.1.1.9",  "brainpoolP320r1",        320},
+    {"1.3.36.3.3.2.8.1.1.11", "brainpoolP384r1",        384},
+    {"1.3.36.3.3.2.8.1.1.13", "brainpoolP512r1",        512},
+    {"1.2.156.10197.1.301",   "sm2p256v1",              256},
+    {"1.2.643.2.2.35.0",      "GOST2001-test",          256},
+    {"1.2.643.2.2.35.1",      "GOST2001-CryptoPro-A",   256},
+    {"1.2.643.2.2.35.2",      "GOST2001-CryptoPro-B",   256},
+    {"1.2.643.2.2.35.3",      "GOST2001-CryptoPro-C",   256},
+    {"1.2.643.2.2.36.0",      "GOST2001-CryptoPro-XchA", 256},
+    {"1.2.643.2.2.36.1",      "GOST2001-CryptoPro-XchB", 256},
+    {"1.2.643.7.1.2.1.1.1",   "GOST2012-256-A",         256},
+    {"1.2.643.7.1.2.1.1.2",   "GOST2001-CryptoPro-A",   256},
+    {"1.2.643.7.1.2.1.1.3",   "GOST2001-CryptoPro-B",   256},
+    {"1.2.643.7.1.2.1.1.4",   "GOST2001-CryptoPro-C",   256},
+    {"1.2.643.7.1.2.1.2.0",   "GOST2012-512-test",      512},
+    {"1.2.643.7.1.2.1.2.1",   "GOST2012-512-tc26-A",    512},
+    {"1.2.643.7.1.2.1.2.2",   "GOST2012-512-tc26-B",    512},
+    {"1.2.643.7.1.2.1.2.3",   "GOST2012-512-tc26-C",    512},
+};
+// clang-format on
+
+const curve_t* find_curve(const std::string& oid) {
+  const auto* found = std::find_if(std::begin(curves), std::end(curves),
+                                   [&](const curve_t& curve) { return curve.oid == oid; });
+  return found == std::end(curves) ? nullptr : found;
+}
+
+// ---- libgcrypt's objects ----
+
+struct releaser_t {
+  void operator()(gcry_mpi_t mpi) const { gcry_mpi_release(mpi); }
+  void operator()(gcry_mpi_point_t point) const { gcry_mpi_point_release(point); }
+  void operator()(gcry_ctx_t context) const { gcry_ctx_release(context); }
+};
+using mpi_t = std::unique_ptr<gcry_mpi, releaser_t>;
+using point_t = std::unique_ptr<gcry_mpi_point, releaser_t>;
+using context_t = std::unique_ptr<gcry_context, releaser_t>;
+
+// The number is in secure memory if its octets are.
+template <class Bytes>
+mpi_t scan_number(const Bytes& big_endian) {
+  gcry_mpi_t number = nullptr;
+  check_gcrypt(
+      gcry_mpi_scan(&number, GCRYMPI_FMT_USG, big_endian.data(), big_endian.size(), nullptr));
+  return mpi_t(number);
+}
+
+mpi_t scan_number(const blob_t& big_endian) {
+  return scan_number(to_string(big_endian));
+}
+
+secret_t reversed(const secret_t& octets) {
+  return {octets.rbegin(), octets.rend()};
+}
+
+secret_t secret_of(const blob_t& octets) {
+  return {octets.data, octets.data + octets.size};
+}
+
+// `count` bytes, the most significant first; without leading zeros when `count` is 0.
+std::string number_octets(gcry_mpi_t number, std::size_t count = 0) {
+  std::size_t size = 0;
+  check_gcrypt(gcry_mpi_print(GCRYMPI_FMT_USG, nullptr, 0, &size, number));
+  std::string octets(size, '\0');
+  check_gcrypt(gcry_mpi_print(GCRYMPI_FMT_USG, reinterpret_cast<unsigned char*>(octets.data()),
+                              size, &size, number));
+  return size < count ? std::string(count - size, '\0') + octets : octets;
+}
+
+// The coordinates of the private number's public point; empty at infinity.
+struct coordinates_t {
+  std::string x;
+  std::string y;
+};
+
+coordinates_t multiply(gcry_ctx_t curve, gcry_mpi_t secret, std::size_t octets) {
+  const point_t generator(gcry_mpi_ec_get_point("g", curve, 1));
+  const point_t product(gcry_mpi_point_new(0));
+  const mpi_t x(gcry_mpi_new(0));
+  const mpi_t y(gcry_mpi_new(0));
+  gcry_mpi_ec_mul(product.get(), secret, generator.get(), curve);
+  if (gcry_mpi_ec_get_affine(x.get(), y.get(), product.get(), curve) != 0) {
+    return {};
+  }
+  return {number_octets(x.get(), octets), number_octets(y.get(), octets)};
+}
+
+context_t open_curve(const char* name) {
+  gcry_ctx_t context = nullptr;
+  check_gcrypt(gcry_mpi_ec_new(&context, nullptr, name));
+  return context_t(context);
+}
+
+// ---- Numbers and points in DER ----
+
+blob_t without_leading_zeros(blob_t number) {
+  while (number.size != 0 && number.data[0] == 0) {
+    number = {number.size - 1, number.data + 1};
+  }
+  return number;
+}
+
+bool read_number(asn_iter_t& cur, blob_t& number) {
+  if (!asn1_read_view_(asn_tag_t::INTEGER, &cur, &number)) {
+    return false;
+  }
+  number = without_leading_zeros(number);
+  return true;
+}
+
+unsigned bit_count(const blob_t& number) {
+  unsigned bits = number.size == 0 ? 0 : (number.size - 1) * 8;
+  for (unsigned top = number.size == 0 ? 0 : number.data[0]; top != 0; top >>= 1) {
+    ++bits;
+  }
+  return bits;
+}
+
+// A point of a Weierstrass curve, compressed; empty when it is no point.
+std::string compressed(const std::string& point) {
+  constexpr char even = 2;
+  constexpr char whole = 4;
+  const std::size_t half = (point.size() - 1) / 2;
+  if (point.empty() || point[0] != whole) {
+    return point.size() > 1 && (point[0] == even || point[0] == even + 1) ? point : std::string();
+  }
+  if (half == 0 || point.size() != 2 * half + 1) {
+    return {};
+  }
+  return static_cast<char>(even + (point.back() & 1)) + point.substr(1, half);
+}
+
+// ---- Public keys of private ones ----
+
+// RSAPrivateKey ::= SEQUENCE { version INTEGER, modulus INTEGER, publicExponent INTEGER, ... }
+bool read_rsa(const blob_t& octets, blob_t& modulus, blob_t& exponent) {
+  asn_iter_t cur = asn1_iter_(octets);
+  asn_iter_t key;
+  blob_t version;
+  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &key) && read_number(key, version) &&
+         read_number(key, modulus) && read_number(key, exponent);
+}
+
+std::string rsa_value(const blob_t& modulus, const blob_t& exponent) {
+  return der_element(asn_tag_t::INTEGER, to_string(modulus)) + to_string(exponent);
+}
+
+key_id_t rsa_id(const private_key_t& key) {
+  blob_t modulus;
+  blob_t exponent;
+  if (!read_rsa(key.octets, modulus, exponent)) {
+    return {key_kind_t::rsa, "", "", "the key is malformed"};
+  }
+  return {key_kind_t::rsa, "", rsa_value(modulus, exponent), ""};
+}
+
+// Dss-Parms ::= SEQUENCE { p INTEGER, q INTEGER, g INTEGER }; the private key is an INTEGER.
+bool read_dsa_parameters(const blob_t& params, blob_t& p, blob_t& q, blob_t& g) {
+  asn_iter_t cur = asn1_iter_(params);
+  asn_iter_t content;
+  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &content) && read_number(content, p) &&
+         read_number(content, q) && read_number(content, g);
+}
+
+key_id_t dsa_id(const private_key_t& key) {
+  constexpr unsigned max_bits = 16384;
+  key_id_t id = {key_kind_t::dsa, "", "", "the key is malformed"};
+  asn_iter_t cur = asn1_iter_(key.octets);
+  blob_t p;
+  blob_t q;
+  blob_t g;
+  blob_t x;
+  if (!read_dsa_parameters(key.params, p, q, g) || !read_number(cur, x) || p.size == 0) {
+    return id;
+  }
+  if (bit_count(p) > max_bits || x.size > p.size || g.size > p.size) {
+    id.why_not = "its numbers are too large";
+    return id;
+  }
+  const mpi_t y(gcry_mpi_new(0));
+  gcry_mpi_powm(y.get(), scan_number(g).get(), scan_number(secret_of(x)).get(),
+                scan_number(p).get());
+  id.value = number_octets(y.get());
+  return id;
+}
+
+// ECPrivateKey ::= SEQUENCE { version INTEGER, privateKey OCTET STRING, [0] parameters OPTIONAL,
+//   [1] publicKey BIT STRING OPTIONAL } (RFC 5915)
+struct ec_key_t {
+  blob_t secret;
+  std::string curve;  // dotted; empty when it is no named one
+  std::string point;  // as stored; empty when it is not
+};
+
+std::string named_curve(const blob_t& params) {
+  asn_iter_t cur = asn1_iter_(params);
+  blob_t oid;
+  return asn1_read_view_(asn_tag_t::OID, &cur, &oid) ? dotted_oid(oid) : std::string();
+}
+
+bool read_ec(const private_key_t& key, ec_key_t& out) {
+  constexpr auto public_key = static_cast<asn_tag_t::Type>(asn_tag_t::CONTEXT_0 + 1);
+  asn_iter_t cur = asn1_iter_(key.octets);
+  asn_iter_t content;
+  asn_iter_t element;
+  blob_t version;
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &content) || !read_number(content, version) ||
+      !asn1_read_view_(asn_tag_t::OCTET_STRING, &content, &out.secret)) {
+    return false;
+  }
+  out.curve = named_curve(key.params);
+  if (asn1_next_is_(asn_tag_t::CONTEXT_0, content) &&
+      asn1_read_tag_i_(asn_tag_t::CONTEXT_0, &content, &element) && key.params.size == 0) {
+    out.curve = named_curve(asn1_view_(element));
+  }
+  asn_iter_t bits;
+  if (asn1_read_tag_i_(public_key, &content, &element) &&
+      asn1_read_tag_i_(asn_tag_t::BIT_STRING, &element, &bits) && bits.len > 1) {
+    out.point = to_string({bits.len - 1, bits.ptr + 1});
+  }
+  return true;
+}
+
+key_id_t ec_id(const private_key_t& key) {
+  key_id_t id = {key_kind_t::ec, "", "", "the key is malformed"};
+  ec_key_t ec;
+  if (!read_ec(key, ec)) {
+    return id;
+  }
+  const curve_t* curve = find_curve(ec.curve);
+  if (curve == nullptr) {
+    id.value = compressed(ec.point);
+    id.why_not =
+        "its curve is not one that this command computes with, and the public key is not "
+        "stored with it";
+    return id;
+  }
+  const std::size_t octets = (curve->bits + 7) / 8;
+  if (ec.secret.size > octets) {
+    return id;
+  }
+  const coordinates_t point =
+      multiply(open_curve(curve->name).get(), scan_number(secret_of(ec.secret)).get(), octets);
+  id.value = point.x.empty() ? "" : compressed('\x04' + point.x + point.y);
+  return id;
+}
+
+// CurvePrivateKey ::= OCTET STRING (RFC 8410)
+bool read_curve_key(const private_key_t& key, std::size_t size, secret_t& secret) {
+  asn_iter_t cur = asn1_iter_(key.octets);
+  blob_t octets;
+  if (!asn1_read_view_(asn_tag_t::OCTET_STRING, &cur, &octets) || octets.size != size) {
+    return false;
+  }
+  secret = secret_of(octets);
+  return true;
+}
+
+// The private number of Ed25519 or Ed448 (RFC 8032, 5.1.5 and 5.2.5), least significant first.
+secret_t edwards_number(const secret_t& seed, bool is_448) {
+  gcry_md_hd_t handle = nullptr;
+  check_gcrypt(
+      gcry_md_open(&handle, is_448 ? GCRY_MD_SHAKE256 : GCRY_MD_SHA512, GCRY_MD_FLAG_SECURE));
+  const hash_handle_t hash(handle);
+  gcry_md_write(handle, seed.data(), seed.size());
+  secret_t number(seed.size());
+  if (is_448) {
+    check_gcrypt(gcry_md_extract(handle, GCRY_MD_SHAKE256, number.data(), number.size()));
+    number[0] &= 0xFC;
+    number[55] |= 0x80;
+    number[56] = 0;
+    return number;
+  }
+  std::copy_n(gcry_md_read(handle, GCRY_MD_SHA512), number.size(), number.begin());
+  number[0] &= 0xF8;
+  number[31] = static_cast<unsigned char>((number[31] & 0x7F) | 0x40);
+  return number;
+}
+
+key_id_t edwards_id(const private_key_t& key, unsigned bits) {
+  key_id_t id = {key_kind_t::edwards, "", "", "the key is malformed"};
+  const bool is_448 = bits > 256;
+  const std::size_t size = bits / 8;
+  secret_t seed;
+  if (!read_curve_key(key, size, seed)) {
+    return id;
+  }
+  const mpi_t number = scan_number(reversed(edwards_number(seed, is_448)));
+  const context_t curve = open_curve(is_448 ? "Ed448" : "Ed25519");
+  const coordinates_t point = multiply(curve.get(), number.get(), size);
+  if (point.x.empty()) {
+    return id;
+  }
+  id.value.assign(point.y.rbegin(), point.y.rend());
+  id.value.back() = static_cast<char>(id.value.back() | (point.x.back() & 1) << 7);
+  return id;
+}
+
+key_id_t montgomery_id(const private_key_t& key, unsigned bits) {
+  key_id_t id = {key_kind_t::montgomery, "", "", "the key is malformed"};
+  const std::size_t size = bits / 8;
+  secret_t scalar;
+  if (read_curve_key(key, size, scalar)) {
+    std::string point(size, '\0');
+    check_gcrypt(gcry_ecc_mul_point(bits == 256 ? GCRY_ECC_CURVE25519 : GCRY_ECC_CURVE448,
+                                    reinterpret_cast<unsigned char*>(point.data()), scalar.data(),
+                                    nullptr));
+    id.value = point;
+  }
+  return id;
+}
+
+key_id_t gost_id(const private_key_t& key, unsigned bits) {
+  key_id_t id = {key_kind_t::gost, "", "", "the key is malformed"};
+  gost_param_sets_t sets;
+  gost_octets_t octets;
+  if (!read_gost_param_sets(key.params, sets) || !read_gost_octets(key, octets)) {
+    return id;
+  }
+  const curve_t* curve = find_curve(dotted_oid(sets.key));
+  if (curve == nullptr || curve->bits != bits) {
+    id.why_not = "its parameter set is not one that this command computes with";
+    return id;
+  }
+  const std::size_t size = bits / 8;
+  const context_t context = open_curve(curve->name);
+  const mpi_t order(gcry_mpi_ec_get_mpi("n", context.get(), 1));
+  const mpi_t number(gcry_mpi_snew(bits));
+  gcry_mpi_set_ui(number.get(), 1);
+  // A masked key is the key divided by its masks.
+  for (auto at = octets.octets.begin(); at != octets.octets.end();
+       at += static_cast<std::ptrdiff_t>(size)) {
+    const secret_t factor(at, at + static_cast<std::ptrdiff_t>(size));
+    gcry_mpi_mulm(number.get(), number.get(), scan_number(reversed(factor)).get(), order.get());
+  }
+  const coordinates_t point = multiply(context.get(), number.get(), size);
+  id.value.assign(point.x.rbegin(), point.x.rend());
+  id.value.append(point.y.rbegin(), point.y.rend());
+  return id;
+}
+
+}  // namespace
+
+key_algorithm_t find_key_algorithm(const std::string& oid) {
+  for (const key_algorithm_t& algorithm : algorithms) {
+    if (algorithm.oid == oid) {
+      return algorithm;
+    }
+  }
+  return {"", key_kind_t::other, 0};
+}
+
+// PrivateKeyInfo ::= SEQUENCE { version INTEGER, SEQUENCE { algorithm OID, parameters OPTIONAL },
+//   privateKey OCTET STRING, ... }
+bool read_private_key(const blob_t& der, private_key_t& out) {
+  asn_iter_t cur = asn1_iter_(der);
+  asn_iter_t info;
+  asn_iter_t version;
+  asn_iter_t algorithm;
+  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &info) ||
+      !asn1_read_tag_i_(asn_tag_t::INTEGER, &info, &version) ||
+      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) ||
+      !asn1_read_view_(asn_tag_t::OID, &algorithm, &out.algorithm) ||
+      !asn1_read_view_(asn_tag_t::OCTET_STRING, &info, &out.octets)) {
+    return false;
+  }
+  out.oid = dotted_oid(out.algorithm);
+  out.params = asn1_view_(algorithm);
+  return true;
+}
+
+bool read_gost_octets(const private_key_t& key, gost_octets_t& out) {
+  constexpr unsigned max_masks = 16;
+  const unsigned size = find_key_algorithm(key.oid).bits / 8;
+  asn_iter_t cur = asn1_iter_(key.octets);
+  blob_t octets = key.octets;
+  if (octets.size % size != 0 || octets.size == 0) {
+    if (asn1_next_is_(asn_tag_t::INTEGER, cur)) {
+      blob_t number;
+      if (!read_number(cur, number) || number.size > size) {
+        return false;
+      }
+      out.octets = reversed(secret_of(number));
+      out.octets.resize(size);
+      return true;
+    }
+    asn_iter_t pair;
+    if (asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &pair)) {  // with the public key after it
+      cur = pair;
+    }
+    if (!asn1_read_view_(asn_tag_t::OCTET_STRING, &cur, &octets)) {
+      return false;
+    }
+  }
+  if (octets.size == 0 || octets.size % size != 0 || octets.size / size > max_masks + 1) {
+    return false;
+  }
+  out.octets = secret_of(octets);
+  out.masks = octets.size / size - 1;
+  return true;
+}
+
+unsigned key_bits(const private_key_t& key) {
+  const key_algorithm_t algorithm = find_key_algorithm(key.oid);
+  blob_t modulus;
+  blob_t second;
+  blob_t third;
+  ec_key_t ec;
+  switch (algorithm.kind) {
+    case key_kind_t::rsa:
+      return read_rsa(key.octets, modulus, second) ? bit_count(modulus) : 0;
+    case key_kind_t::dsa:
+      return read_dsa_parameters(key.params, modulus, second, third) ? bit_count(modulus) : 0;
+    case key_kind_t::ec: {
+      const curve_t* curve = read_ec(key, ec) ? find_curve(ec.curve) : nullptr;
+      return curve != nullptr ? curve->bits : 0;
+    }
+    default:
+      return algorithm.bits;
+  }
+}
+
+key_id_t public_id_of(const private_key_t& key) {
+  const key_algorithm_t algorithm = find_key_algorithm(key.oid);
+  switch (algorithm.kind) {
+    case key_kind_t::rsa:
+      return rsa_id(key);
+    case key_kind_t::dsa:
+      return dsa_id(key);
+    case key_kind_t::ec:
+      return ec_id(key);
+    case key_kind_t::edwards:
+      return edwards_id(key, algorithm.bits);
+    case key_kind_t::montgomery:
+      return montgomery_id(key, algorithm.bits);
+    case key_kind_t::gost:
+      return gost_id(key, algorithm.bits);
+    case key_kind_t::other:
+      break;
+  }
+  return {key_kind_t::other, key.oid, "",
+          "its algorithm is not one that this command computes with"};
+}
+
+key_id_t id_of_public_key(const blob_t& element) {
+  asn_pubkey_t key;
+  if (!asn_read_pubkey(element.data, static_cast<long>(element.size), key)) {
+    return {key_kind_t::other, "", "", "the public key is malformed"};
+  }
+  key_id_t id = {find_key_algorithm(dotted_oid(key.alg)).kind, dotted_oid(key.alg), "",
+                 "the public key is malformed"};
+  asn_iter_t cur = asn1_iter_(key.key);
+  asn_rsa_pubkey_t rsa;
+  blob_t content;
+  switch (id.kind) {
+    case key_kind_t::rsa:
+      if (asn_read_rsa_pubkey(key, rsa)) {
+        id.value = rsa_value(rsa.modulus, without_leading_zeros(rsa.exponent));
+      }
+      break;
+    case key_kind_t::dsa:
+      id.value = read_number(cur, content) ? to_string(content) : "";
+      break;
+    case key_kind_t::ec:
+      id.value = compressed(to_string(key.key));
+      break;
+    case key_kind_t::gost:
+      id.value = asn1_read_view_(asn_tag_t::OCTET_STRING, &cur, &content) ? to_string(content) : "";
+      break;
+    default:
+      id.value = to_string(key.key);
+      break;
+  }
+  return id;
+}
+
+match_t compare(const key_id_t& a, const key_id_t& b) {
+  const bool both_other = a.kind == key_kind_t::other && b.kind == key_kind_t::other;
+  if (a.kind != b.kind || (both_other && a.algorithm != b.algorithm)) {
+    return match_t::different;
+  }
+  if (a.value.empty() || b.value.empty()) {
+    return match_t::unknown;
+  }
+  return a.value == b.value ? match_t::same : match_t::different;
+}
