@@ -21,14 +21,19 @@ struct entry_t {
   std::size_t steering;  // bytes at the front that are not input to a reader
 };
 
-const std::map<std::string, entry_t> harnesses = {{"containers", {harness_containers, 0}},
-                                                  {"elements", {harness_elements, 4}},
-                                                  {"keys", {harness_keys, 0}},
-                                                  {"name_to_text", {harness_name_to_text, 0}},
-                                                  {"oids", {harness_oids, 0}},
-                                                  {"t61", {harness_t61, 4}},
-                                                  {"text_to_name", {harness_text_to_name, 0}},
-                                                  {"times", {harness_times, 8}}};
+const std::map<std::string, entry_t> harnesses = {
+    {"containers", {harness_containers, 0}},
+    {"elements", {harness_elements, 4}},
+    {"keys", {harness_keys, 0}},
+    {"name_to_text", {harness_name_to_text, 0}},
+    {"oids", {harness_oids, 0}},
+#ifdef HAVE_PEERS
+    {"peers", {harness_peers, 0}},
+#endif
+    {"t61", {harness_t61, 4}},
+    {"text_to_name", {harness_text_to_name, 0}},
+    {"times", {harness_times, 8}},
+};
 
 void run(harness_t* harness, const std::string& bytes) {
   harness(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
