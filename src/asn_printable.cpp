@@ -380,11 +380,14 @@ bool asn_oid_to_printable(const unsigned char* der, unsigned len, std::string& o
 
 namespace {
 
+std::string_view text_between(const char* begin, const char* end) {
+  return {begin, static_cast<std::size_t>(end - begin)};
+}
+
 // The content and type of a value, in the text itself or in a scratch string.
 struct dn_value_t {
   unsigned char tag;
-  const char* data;
-  std::size_t size;
+  std::string_view content;
 };
 
 // Q37: from the bytes alone.
@@ -434,13 +437,11 @@ class unescaped_t {
 
   void finish(const char* end, dn_value_t& value) {
     if (!skipped_) {
-      value.data = run_;
-      value.size = static_cast<std::size_t>(end - run_);
+      value.content = text_between(run_, end);
       return;
     }
     keep_until(end);
-    value.data = scratch_.data();
-    value.size = scratch_.size();
+    value.content = scratch_;
   }
 
  private:
@@ -525,7 +526,7 @@ bool read_hex(const char* p, const char* end, std::string& scratch, dn_value_t& 
   if (!asn1_read_tag_i_(asn_tag_t::Type{*der}, &input, &content)) {
     return false;
   }
-  value = {*der, chars(content.ptr), content.len};
+  value = {*der, {chars(content.ptr), content.len}};
   return true;
 }
 
@@ -535,7 +536,7 @@ bool read_value(const RDNdescr_t& attribute, unsigned classes, std::string& scra
   const char* begin = attribute.value_begin;
   const char* end = attribute.value_end;
   if ((classes & is_special) == 0) {
-    value = {string_tag(classes), begin, static_cast<std::size_t>(end - begin)};
+    value = {string_tag(classes), text_between(begin, end)};
     return true;
   }
   if (end - begin >= 2 && *begin == '"' && end[-1] == '"') {
@@ -579,16 +580,18 @@ bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map)
     if (type.size == 0 || !read_value(attribute, splitter.value_classes(), scratch, value)) {
       return false;
     }
-    const auto pair = sequence(
-        oid(type), primitive(value.tag, {size32_(value.size),
-                                         reinterpret_cast<const unsigned char*>(value.data)}));
+    const auto pair = sequence(oid(type), primitive(value.tag, view(value.content)));
+    if (rdn.len == 0 && !splitter.joins_next()) {
+      append_one_of_many(name, set(pair));
+      continue;
+    }
     append_one_of_many(rdn, pair);  // Q39: in text order
     if (!splitter.joins_next()) {
       append_one_of_many(name, encoded({rdn.encoded_size(), rdn.encoded()}));
       rdn.reset(asn_tag_t::SET);
     }
   }
-  assign(der, encoded({name.encoded_size(), name.encoded()}));
+  der.assign(reinterpret_cast<const char*>(name.encoded()), name.encoded_size());
   return true;
 }
 

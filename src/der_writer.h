@@ -17,6 +17,7 @@
 #include <cstring>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -237,8 +238,8 @@ inline auto encoded(const blob_t& elements) {
   return encoded_t(elements);
 }
 
-inline blob_t view(const std::string& s) {
-  return {size32_(s), reinterpret_cast<const unsigned char*>(s.data())};
+inline blob_t view(std::string_view s) {
+  return {size32_(s.size()), reinterpret_cast<const unsigned char*>(s.data())};
 }
 
 // ---- Writing ----
