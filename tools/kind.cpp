@@ -109,7 +109,7 @@ std::string what_unknown_is(const input_block_t& block) {
     return "cut off after " + std::to_string(cur.len) + " of " +
            std::to_string(std::uint64_t{header.size} + header.len) + " bytes";
   }
-  return "something unknown, or damaged";
+  return "something unknown, or damaged: pkider dump FILE shows how far it is DER";
 }
 
 }  // namespace

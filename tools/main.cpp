@@ -92,6 +92,7 @@ int run(int argc, char** argv) {
   add_dn_verb(app);
   add_oid_verb(app);
   add_cert_verb(app);
+  add_dump_verb(app);
   add_p12_verb(app);
   add_key_verb(app);
   add_config_option(app);

@@ -10,6 +10,7 @@ void add_name_verb(CLI::App& app);
 void add_dn_verb(CLI::App& app);
 void add_oid_verb(CLI::App& app);
 void add_cert_verb(CLI::App& app);
+void add_dump_verb(CLI::App& app);
 void add_p12_verb(CLI::App& app);
 void add_key_verb(CLI::App& app);
 
