@@ -6,16 +6,15 @@
 //
 // A lookup, step by step: the entry whose DER content octets are 55 04 03 (2.5.4.3).
 //
-//   head    03 55 04 03 00 00 00 00: the size, then up to seven bytes of the key. A key of at most
-//           seven bytes is in its head whole, so that comparing two heads compares the keys.
 //   slot    hint + 16 * size, modulo 64: 3 + 48 = 51. The hint of DER and dotted text is the last
 //           byte, which tells attribute types apart; that of short names is made of the first two.
 //   empty   Every entry's own slot holds a row: its own, or the first of several that share the
 //           slot. An empty slot therefore means that no entry has this key.
-//   hit     The row in the slot has the head 03 55 04 03 00 00 00 00: found.
-//   search  With another row there, such as 2A 13 (1.2.19: 13 + 32 is 51, too), the key may still
-//   be
-//           among the rows: they are searched by halves, in the order of precedes().
+//   head    03 55 04 03 00 00 00 00: the size, then up to seven bytes of the key. A key of at most
+//           seven bytes is in its head whole, so that comparing two heads compares the keys.
+//   hit     The row in the slot has that head: found.
+//   search  With another row there, such as that of 2A 13 (1.2.19: 19 + 32 = 51), the key may
+//           still be among the rows: they are searched by halves, in the order of precedes().
 
 #ifndef PKIDER_SRC_OID_INDEX_H
 #define PKIDER_SRC_OID_INDEX_H
@@ -100,10 +99,12 @@ class oid_index_t {
 
   // The entry whose key equals that of `wanted`, or null.
   const OIDdescr_t* find(const OIDdescr_t& wanted) const {
-    const row_t target = {head_of(wanted), &wanted};
     const row_t& shortcut = shortcuts_[slot_of(wanted)];
-    const bool no_such_key = shortcut.entry == nullptr;
-    if (no_such_key || equal(shortcut, target)) {
+    if (shortcut.entry == nullptr) {
+      return nullptr;
+    }
+    const row_t target = {head_of(wanted), &wanted};
+    if (equal(shortcut, target)) {
       return shortcut.entry;
     }
     const auto found = std::lower_bound(rows_.begin(), rows_.end(), target, precedes);
