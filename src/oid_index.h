@@ -89,11 +89,9 @@ class oid_index_t {
     const auto same = [](const row_t& a, const row_t& b) { return !precedes(a, b); };
     rows_.erase(std::unique(rows_.begin(), rows_.end(), same), rows_.end());
     shortcuts_.fill({0, nullptr});
-    for (const row_t& r : rows_) {
-      row_t& shortcut = shortcuts_[slot_of(*r.entry)];
-      if (shortcut.entry == nullptr) {
-        shortcut = r;
-      }
+    // From the last to the first, so that the shortest key of a slot keeps it.
+    for (auto row = rows_.rbegin(); row != rows_.rend(); ++row) {
+      shortcuts_[slot_of(*row->entry)] = *row;
     }
   }
 
