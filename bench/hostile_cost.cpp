@@ -31,19 +31,19 @@ double cost(const operation_t& operation, text_t in, int times) {
 
 // A row of the table; false when the attack costs too much.
 bool print_row(const operation_t& operation, const attack_t& attack) {
-  const double ordinary = cost(operation, operation.ordinary, 9);
-  const hostile_t input = build(attack, mebibyte);
+  const double usual = cost(operation, ordinary(operation), 9);
+  const hostile_t input = build(operation, attack, mebibyte);
   const double hostile = cost(operation, input.text, 9);
-  std::printf("| `%s` | %s | %.2f | %.2f | %.1f |", operation.name, attack.name, ordinary, hostile,
-              hostile / ordinary);
-  if (hostile <= 2 * ordinary) {
+  std::printf("| `%s` | %s | %.2f | %.2f | %.1f |", operation.name, attack.name, usual, hostile,
+              hostile / usual);
+  if (hostile <= 2 * usual) {
     std::puts(" | |");
     return true;
   }
   const auto per_element = [](double ns_per_byte, text_t text, unsigned elements) {
     return ns_per_byte * static_cast<double>(text.size()) / static_cast<double>(elements);
   };
-  const double element = per_element(ordinary, operation.ordinary, operation.elements);
+  const double element = per_element(usual, ordinary(operation), operation.elements);
   const double hostile_element = per_element(hostile, input.text, input.units);
   std::printf(" %.0f | %.0f |\n", element, hostile_element);
   return hostile_element <= 2 * element;

@@ -7,6 +7,7 @@
 
 #include "asn_oids.h"
 #include "pkcs12_writer.h"
+#include "plain_crypto.h"
 #include "rows.h"
 
 namespace {
@@ -186,6 +187,18 @@ TEST(Pkcs, Rows) {
     const std::string& text = file.texts.at(sample);
     EXPECT_EQ(tags[sample], std::count(text.begin(), text.end(), '(')) << sample;
   }
+}
+
+// Headers of six octets.
+TEST(Pkcs12, SixteenMebibytes) {
+  const std::string octets(1U << 24, 'x');
+  PlainCrypto crypto;
+  pkcs12_easy_t model, again;
+  model.plain_bags = {{PKCS12_BAG_KEY, view(octets), {}, {}}};
+  std::string out;
+  asn_write_pkcs12_easy(model, &crypto, out);
+  ASSERT_TRUE(asn_read_pkcs12_easy(view(out).data, view(out).size, &crypto, again));
+  EXPECT_TRUE(bytes_of(again.plain_bags.front().value) == octets);
 }
 
 TEST(Pkcs12, CallsInOrderAndMoves) {

@@ -8,19 +8,26 @@
 #include "plain_crypto.h"
 #include "test_util.h"
 
-hostile_t build(const attack_t& attack, std::size_t size) {
+hostile_t build(const operation_t& operation, const attack_t& attack, std::size_t size) {
+  const std::string unit = operation.is_text ? attack.unit : from_hex(attack.unit);
+  const std::size_t number = unit.find("%u");
   std::string units;
-  const std::size_t number = attack.unit.find("%u");
   unsigned count = 0;
   while (units.size() < size) {
     ++count;
-    units += attack.unit;
+    units += unit;
     if (number != std::string::npos) {
-      units.replace(units.size() - attack.unit.size() + number, 2,
+      units.replace(units.size() - unit.size() + number, 2,
                     std::to_string(count * 2654435761U >> 15));
     }
   }
-  return {attack.wrap(units), count};
+  std::string whole = attack.whole;
+  whole.replace(whole.find('@'), 1, operation.is_text ? units : to_hex(units));
+  return {operation.is_text ? whole : from_hex(whole), count};
+}
+
+std::string ordinary(const operation_t& operation) {
+  return operation.is_text ? operation.ordinary : from_hex(operation.ordinary);
 }
 
 namespace {
@@ -30,69 +37,6 @@ const unsigned char* data_of(text_t s) {
 }
 unsigned size_of(text_t s) {
   return static_cast<unsigned>(s.size());
-}
-
-std::string bare(text_t units) {
-  return units;
-}
-std::string sequence(text_t units) {
-  return der(0x30, units);
-}
-std::string one_rdn(text_t units) {
-  return der(0x30, der(0x31, units));
-}
-std::string attribute(const char* type, unsigned char tag, text_t value) {
-  return der(0x30, der(0x06, from_hex(type)) + der(tag, value));
-}
-std::string rdn(const char* type, unsigned char tag, text_t value) {
-  return der(0x31, attribute(type, tag, value));
-}
-template <unsigned char Tag>
-std::string value(text_t units) {
-  return one_rdn(attribute("550403", Tag, units));
-}
-std::string long_type(text_t units) {
-  return one_rdn(der(0x30, der(0x06, units) + der(0x13, "")));
-}
-std::string list(text_t units) {
-  return units + "O=x";
-}
-std::string quoted(text_t units) {
-  return "O=\"" + units + '"';
-}
-std::string plain(text_t units) {
-  return "O=" + units;
-}
-std::string arc(text_t units) {
-  return "1." + units;
-}
-
-std::string oid(const char* content) {
-  return der(0x06, from_hex(content));
-}
-std::string data_info(text_t content) {
-  return der(0x30, oid("2A864886F70D010701") + der(0xA0, der(0x04, der(0x30, content))));
-}
-std::string infos(text_t units) {
-  const std::string mac = der(0x30, der(0x30, der(0x30, "") + der(0x04, "")) + der(0x04, ""));
-  return der(0x30, from_hex("02 01 03") + data_info(units) + mac);
-}
-std::string bags(text_t units) {
-  return infos(data_info(units));
-}
-std::string bag(const char* kind, text_t content, text_t attributes) {
-  return der(0x30, der(0x06, from_hex("2A864886F70D010C0A01") + from_hex(kind)) +
-                       der(0xA0, content) + der(0x31, attributes));
-}
-std::string attributes(text_t units) {
-  return bags(bag("04", "", units));
-}
-std::string certificate_bag(text_t content) {
-  return bag("03", der(0x30, oid("2A864886F70D01091601") + der(0xA0, der(0x04, content))), "");
-}
-std::string rsa_key(text_t modulus) {
-  const std::string numbers = der(0x30, der(0x02, modulus) + der(0x02, "\3"));
-  return der(0x30, der(0x30, oid("2A864886F70D010101")) + der(0x03, '~' + numbers));
 }
 
 template <PrintableDnOrder Order>
@@ -161,75 +105,107 @@ void read_time(text_t in) {
   CertTimeFromLogStringGMT(in);
 }
 
-const std::string usual_name =
-    der(0x30, rdn("550406", 0x13, "RU") + rdn("55040A", 0x0C, "Example Organization") +
-                  rdn("550403", 0x0C, "www.example.org"));
 const std::string usual_text = "C=RU,O=Example Organization,CN=www.example.org";
-const std::string usual_container = bags(certificate_bag(std::string(800, 'c')));
-const std::string german = "D\xC8usseldorf, am Rhein gelegen";
+const std::string usual_name = "30(31(30(06(550406) 13(5255))) 31(30(06(55040A) 0C(" +
+                               to_hex("Example Organization") + "))) 31(30(06(550403) 0C(" +
+                               to_hex("www.example.org") + "))))";
+const std::string german = to_hex("D\xC8usseldorf, am Rhein gelegen");
+
+std::string common_name(const std::string& value) {
+  return "30(31(30(06(550403) " + value + ")))";
+}
+std::string infos(const std::string& content) {
+  return "30(020103 30(06(2A864886F70D010701) A0(04(30(" + content + ")))) 30(30(30() 04()) 04()))";
+}
+const std::string data = "06(2A864886F70D010701) ";
+const std::string bags = infos("30(" + data + "A0(04(30(@))))");
+const std::string crl_bag = "30(06(2A864886F70D010C0A0104) A0() 31(@))";
+std::string certificate_bag(const std::string& content) {
+  return "30(06(2A864886F70D010C0A0103) A0(30(06(2A864886F70D01091601) A0(04(" + content +
+         ")))) 31())";
+}
+std::string repeated(text_t text, unsigned times) {
+  return times == 0 ? "" : text + repeated(text, times - 1);
+}
+std::string with(std::string whole, const std::string& content) {
+  return whole.replace(whole.find('@'), 1, content);
+}
+const std::string usual_container = with(bags, certificate_bag(to_hex(std::string(800, 'c'))));
 
 const std::vector<attack_t> texts = {
-    {"many RDNs", "O=,", list},     {"one RDN", "O=+", list},   {"dotted types", "1.2.3=x,", list},
-    {"hex escapes", "\\c3", plain}, {"quotes", "\\\"", quoted}, {"commas", ",", quoted},
-    {"#hex", "O=#1a0141,", list},
+    {"many RDNs", "O=,", "@O=x"},         {"one RDN", "O=+", "@O=x"},
+    {"dotted types", "1.2.3=x,", "@O=x"}, {"hex escapes", "\\c3", "O=@"},
+    {"quotes", "\\\"", "O=\"@\""},        {"commas", ",", "O=\"@\""},
+    {"#hex", "O=#1a0141,", "@O=x"},
 };
 const std::vector<attack_t> containers = {
-    {"certificates", certificate_bag("x"), bags},
-    {"skipped bags", bag("04", "", ""), bags},
-    {"attributes", attribute("2A864886F70D010914", 0x31, der(0x1E, "")), attributes},
-    {"ContentInfos", data_info(""), infos},
+    {"certificates", certificate_bag("78"), bags},
+    {"skipped bags", with(crl_bag, ""), bags},
+    {"attributes", "30(06(2A864886F70D010914) 31(1E()))", with(bags, crl_bag)},
+    {"ContentInfos", "30(" + data + "A0(04(30())))", infos("@")},
 };
+const std::string rsa = "30(30(06(2A864886F70D010101)) 03(00 30(02(@) 02(03))))";
 
 }  // namespace
 
 const std::vector<operation_t> operations = {
     {"asn_dn_to_printable",
      print<DN_ORDER_DIRECT>,
+     false,
      usual_name,
-     {{"many RDNs", rdn("550403", 0x13, ""), sequence},
-      {"one RDN", attribute("550403", 0x13, ""), one_rdn},
-      {"dotted types", rdn("2A030405", 0x13, "x"), sequence},
-      {"a long type", "\1", long_type},
-      {"escapes", ",", value<0x0C>},
-      {"hex", "A", value<0x1A>}}},
+     {{"many RDNs", "31(30(06(550403) 13()))", "30(@)"},
+      {"one RDN", "30(06(550403) 13())", "30(31(@))"},
+      {"dotted types", "31(30(06(2A030405) 13(78)))", "30(@)"},
+      {"a long type", "01", "30(31(30(06(@) 13())))"},
+      {"escapes", "2C", common_name("0C(@)")},
+      {"hex", "41", common_name("1A(@)")}}},
     {"- in reverse",
      print<DN_ORDER_REVERSE>,
+     false,
      usual_name,
-     {{"many RDNs", rdn("550403", 0x13, ""), sequence}}},
-    {"- T.61", print<DN_ORDER_DIRECT>, value<0x14>(german), {{"diacritics", "\xC2x", value<0x14>}}},
+     {{"many RDNs", "31(30(06(550403) 13()))", "30(@)"}}},
+    {"- T.61",
+     print<DN_ORDER_DIRECT>,
+     false,
+     common_name("14(" + german + ")"),
+     {{"diacritics", "C278", common_name("14(@)")}}},
     {"- BMP",
      print<DN_ORDER_DIRECT>,
-     value<0x1E>(from_hex("0411 0443 043A 0432 044B")),
-     {{"three bytes each", "\x20\xAC", value<0x1E>}}},
-    {"printable_to_asn_dn", encode, usual_text, texts, 3},
-    {"printable_dn_normalize", normalize, usual_text, texts, 3},
-    {"printable_dn_get_attr", get_attr, usual_text, texts, 3},
-    {"printable_dn_contain_attrs", contain_attrs, usual_text, texts, 3},
-    {"printable_dn_reverse", reverse, usual_text, texts, 3},
+     false,
+     common_name("1E(0411 0443 043A 0432 044B)"),
+     {{"three bytes each", "20AC", common_name("1E(@)")}}},
+    {"printable_to_asn_dn", encode, true, usual_text, texts, 3},
+    {"printable_dn_normalize", normalize, true, usual_text, texts, 3},
+    {"printable_dn_get_attr", get_attr, true, usual_text, texts, 3},
+    {"printable_dn_contain_attrs", contain_attrs, true, usual_text, texts, 3},
+    {"printable_dn_reverse", reverse, true, usual_text, texts, 3},
     {"oid_map_parse",
      parse_map,
+     true,
      "2.5.4.3 = CN, commonName\n2.5.4.10 = O, organizationName\n",
-     {{"many entries", "1.2.%u=\n", bare},
-      {"many long entries", "1.0.0.0.0.0.0.%u=\n", bare},
-      {"long common prefix", build({"", "1.", bare}, 900).text + "%u=N\n", bare},
-      {"short lines", "1.2=\n", bare},
-      {"junk", "1.2\n", bare},
-      {"a long OID", "1.", bare}},
+     {{"many entries", "1.2.%u=\n"},
+      {"many long entries", "1.0.0.0.0.0.0.%u=\n"},
+      {"long common prefix", repeated("1.", 450) + "%u=N\n"},
+      {"short lines", "1.2=\n"},
+      {"junk", "1.2\n"},
+      {"a long OID", "1."}},
      2,
      true},
     {"oid_asn_to_str_",
      oid_to_text,
-     from_hex("2A864886F70D01010B"),
-     {{"short arcs", "\1", bare}, {"a long arc", "\x81", bare}}},
-    {"oid_str_to_asn_", oid_to_der, "1.2.840.113549.1.1.11", {{"zeros", "0", arc}}},
-    {"ldap_t61s_to_utf8s", t61, german, {{"letters", "\xC2y", bare}, {"marks", "\xC2x", bare}}},
-    {"asn_read_pkcs12_easy", container<false>, usual_container, containers},
-    {"- and write", container<true>, usual_container, containers},
+     false,
+     "2A864886F70D01010B",
+     {{"short arcs", "01"}, {"a long arc", "81"}}},
+    {"oid_str_to_asn_", oid_to_der, true, "1.2.840.113549.1.1.11", {{"zeros", "0", "1.@"}}},
+    {"ldap_t61s_to_utf8s", t61, false, german, {{"letters", "C279"}, {"marks", "C278"}}},
+    {"asn_read_pkcs12_easy", container<false>, false, usual_container, containers},
+    {"- and write", container<true>, false, usual_container, containers},
     {"asn_read_rsa_pubkey",
      read_key,
-     rsa_key(std::string(256, '\x7F')),
-     {{"zeros", std::string(1, '\0'), rsa_key}}},
-    {"asn_read_INTEGER", read_integer, from_hex("010001"), {{"zeros", std::string(1, '\0'), bare}}},
-    {"asn_add_alg_to_digest", wrap_digest, std::string(32, 'd'), {{"a long digest", "d", bare}}},
-    {"CertTimeFromLogStringGMT", read_time, "2024.03.05 07:08:09 GMT", {{"digits", "0", bare}}},
+     false,
+     with(rsa, to_hex(std::string(256, '\x7F'))),
+     {{"zeros", "00", rsa}}},
+    {"asn_read_INTEGER", read_integer, false, "010001", {{"zeros", "00"}}},
+    {"asn_add_alg_to_digest", wrap_digest, true, std::string(32, 'd'), {{"a long digest", "d"}}},
+    {"CertTimeFromLogStringGMT", read_time, true, "2024.03.05 07:08:09 GMT", {{"digits", "0"}}},
 };

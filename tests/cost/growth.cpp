@@ -8,7 +8,7 @@
 #include "memory/memory_watch.h"
 
 static void measure(const operation_t& operation, const attack_t& attack, std::size_t size) {
-  const hostile_t input = build(attack, size);
+  const hostile_t input = build(operation, attack, size);
   watch = {};
   CALLGRIND_START_INSTRUMENTATION;
   operation.run(input.text);
