@@ -18,8 +18,8 @@ bool ber_to_der(const blob_t& ber, std::string& der);
 // The element `tag` around `content`.
 std::string der_element(unsigned char tag, const std::string& content);
 
-// The content of the OCTET STRING at the beginning of `content`, or of the pieces of a constructed
-// one under another tag, as EncryptedContentInfo has it.
-bool read_octets(unsigned char primitive, asn_iter_t& content, std::string& octets);
+// Takes the OCTET STRING with the identifier `primitive` off `cur`, whether in one piece or
+// constructed of pieces, and replaces `octets` with its content.
+bool read_octets(unsigned char primitive, asn_iter_t& cur, std::string& octets);
 
 #endif

@@ -475,7 +475,21 @@ void create(const creation_t& creation) {
 
 // ---- Options ----
 
+const CLI::Validator not_standard_output(
+    [](const std::string& file) {
+      return file == "-" ? "- would be standard output, where nothing is written" : std::string();
+    },
+    "");
+
+constexpr char what_opens[] =
+    "Containers open with MACs of SHA-1, SHA-2, SHA-3, GOST R 34.11-94 or Streebog, or none, and\n"
+    "encrypted by PBES2 with AES, Camellia, 3DES, RC2 or GOST 28147-89, or by PKCS#12's own "
+    "schemes.";
+constexpr char what_is_made[] =
+    "Containers are made with a MAC of GOST R 34.11-94 and encryption with GOST 28147-89.";
+
 void add_reading_options(CLI::App* verb, reading_t* reading) {
+  verb->footer(what_opens);
   verb->add_option("FILE", reading->file, "A PKCS#12 file; - is standard input")->required();
   add_password_options(verb, &reading->password, "", "the container");
   add_limit_option(verb, &reading->round_limit);
@@ -515,7 +529,8 @@ void add_extract(CLI::App* verb) {
       ->add_option("--out", extraction->directory,
                    "The directory of key-1.pem, cert-1.pem and so on; made if there is none")
       ->required()
-      ->type_name("DIR");
+      ->type_name("DIR")
+      ->check(not_standard_output);
   extract_verb->add_flag("--encrypt", extraction->encrypt,
                          "Encrypt the keys, with the container's password and GOST algorithms");
   add_iterations_option(extract_verb, &extraction->writing);
@@ -527,6 +542,7 @@ void add_create(CLI::App* verb) {
   const auto creation = std::make_shared<creation_t>();
   CLI::App* create_verb = verb->add_subcommand(
       "create", "Make a container, with GOST encryption, of private keys and their certificates");
+  create_verb->footer(what_is_made);
   create_verb
       ->add_option("--key", creation->keys,
                    "PKCS#8 keys, plain or encrypted, PEM or DER, each with its certificate")
@@ -545,11 +561,7 @@ void add_create(CLI::App* verb) {
   create_verb->add_option("--out", creation->out, "The container")
       ->required()
       ->type_name("FILE")
-      ->check(CLI::Validator(
-          [](const std::string& file) {
-            return file == "-" ? "a container is written to a file only" : std::string();
-          },
-          ""));
+      ->check(not_standard_output);
   create_verb->add_flag("--plain-certs", creation->plain_certificates,
                         "Leave the certificates unencrypted");
   create_verb->add_flag("--pair-unchecked", creation->pair_unchecked,
@@ -569,10 +581,6 @@ void add_create(CLI::App* verb) {
 
 void add_p12_verb(CLI::App& app) {
   CLI::App* verb = app.add_subcommand("p12", "PKCS#12 containers")->require_subcommand(1);
-  verb->footer(
-      "Containers open with MACs of SHA-1, SHA-2, GOST R 34.11-94 or Streebog, and encrypted by\n"
-      "PBES2 with AES, 3DES, RC2 or GOST 28147-89, or PKCS#12's own schemes. Those that are made\n"
-      "have GOST R 34.11-94 and GOST 28147-89.");
   add_show(verb);
   add_verify(verb);
   add_extract(verb);

@@ -23,7 +23,7 @@ KINDS = {
                    "GOST R 34.11-2012/34.10-2012 256"],
     "gost01": ["GOST R 34.10-2001", "1.2.643.2.2.35.1", "1.2.643.2.2.30.1", "GOST R 34.11/34.10-2001"]}
 TEMPLATE = """cn = "Имя {}"\norganization = "{}"\nserial = 1\nexpiration_days = -1\nsigning_key\n"""
-ENV = {"PASSWORD": PASSWORD, "WRONG": "wrong", "GOST_PBE_HMAC": "md_gost94", **os.environ,
+ENV = {"PASSWORD": PASSWORD, "WRONG": "wrong", "EMPTY": "", "GOST_PBE_HMAC": "md_gost94", **os.environ,
        "LC_ALL": "C.UTF-8"}
 
 
@@ -109,6 +109,14 @@ def exchange(kind, at):
         check("octets by openssl", revealed in pkider("key show o/key-1.pem --reveal"))
 
     # What must not work
+    (at / "mixed").mkdir()
+    (at / "mixed/cert-3.pem").touch()
+    (at / "link").symlink_to("our.p12")
+    for content, err in [(b"\xEF\xBB\xBFp", "byte order mark"), (b"p\0w\0", "is no text in UTF-8"),
+                         (b"p" * 2000, "too long for a password")]:
+        (at / "file").write_bytes(content)
+        run(PKIDER, *"p12 show our.p12 --password-file file".split(), status=1, err="file: ", cwd=at)
+        run(PKIDER, *"p12 show our.p12 --password-file file".split(), status=1, err=err, cwd=at)
     for line, status, env, err in [
             ("p12 show key.crt", 1, "PASSWORD", "key.crt: not a PKCS#12 file"),
             ("p12 show our.p12 --max-iterations 4001", 1, "PASSWORD", "--max-iterations"),
@@ -117,10 +125,16 @@ def exchange(kind, at):
             (create + " our.p12", 1, "PASSWORD", "exists already"),
             (create + " new.p12 --iterations 2048", 2, "PASSWORD", "zero byte"),
             ("p12 extract our.p12 --out shut", 1, "PASSWORD", "exists already"),
+            ("p12 extract our.p12 --out mixed", 1, "PASSWORD", "mixed/cert-3.pem: is left from another"),
+            (create + " link --overwrite", 1, "PASSWORD", "link: is no regular file"),
+            (create + " new.p12", 1, "EMPTY", "EMPTY: the password is empty"),
             ("p12 create --name x --key key --cert other.crt --out new.p12", 1, "PASSWORD",
              "none of the certificates belongs to this key")]:
         pkider(line, env, status=status, err=err)
-    check("left over", not (at / "new.p12").exists())
+    check("left over", sorted(p.name for p in at.glob("*new*")) == [])
+    (at / "our.p12").chmod(0o640)
+    pkider(create + " our.p12 --overwrite")
+    check("mode kept", (at / "our.p12").stat().st_mode & 0o777 == 0o640)
     certtool("--p12-info --inder --infile our.p12", "no", status=1, err="verify_mac")
     pkider(create + " native.p12 --native")
     check("native", "private key" in pkider("p12 show native.p12"))
@@ -199,7 +213,9 @@ def open_foreign(at):
         f"\nopenssl genpkey -algorithm {kind} -out {name}.key" for name, kind in KEYS.items()
         if gost or "gost" not in kind))
     for key in at.glob("*.key"):
-        shell(f"openssl req -new -x509 -key {key.name} -subj /CN={key.stem} -out {key.stem}.crt")
+        # The extension lists a PRF of GOST, as S/MIME capabilities do.
+        shell(f"openssl req -new -x509 -key {key.name} -subj /CN={key.stem} -out {key.stem}.crt -addext "
+              "1.2.840.113549.1.9.15=DER:300A300806062A850302020A")
     for row in OPENSSL:
         key, options = row.split(" ", 1)
         if gost or "gost" not in row:
@@ -219,6 +235,16 @@ def open_foreign(at):
         shell(f"certtool --to-p12 --load-privkey ec.key --load-certificate ec.crt --p12-name x --outder "
               f"--outfile x.p12 --password '{PASSWORD}' {options}")
         extract("x.p12", "ec")
+    # Other bags are told of: a CRL and a secret in a container without a MAC.
+    crl, secret = (der(0x30, der(6, bytes.fromhex("2A864886F70D010C0A01") + bytes([kind])),
+                       der(0xA0, der(0x30, der(6, b"\x2A\x03"), der(0xA0, der(4, b"x")))))
+                   for kind in (4, 5))
+    data = der(6, bytes.fromhex("2A864886F70D010701"))
+    safe = der(0x30, der(0x30, data, der(0xA0, der(4, der(0x30, crl, secret)))))
+    (at / "x.p12").write_bytes(der(0x30, b"\2\1\3", der(0x30, data, der(0xA0, der(4, safe)))))
+    extract("x.p12", "ec", "x.p12: left out a certificate revocation list")
+    bags = re.findall("bag: *(.*)", shell(f"{PKIDER} p12 show x.p12 --password-env PASSWORD"))
+    check("other bags", bags == ["certificate revocation list", "secret"])
     # Keys are compared with all certificates.
     shell("cat *.crt >all")
     for key in at.glob("*.key"):
