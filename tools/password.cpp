@@ -152,7 +152,7 @@ std::string check_count(const std::string& text) {
 }
 
 std::string check_writable(const std::string& text) {
-  if (const std::string wrong = check_count(text); !wrong.empty()) {
+  if (std::string wrong = check_count(text); !wrong.empty()) {
     return wrong;
   }
   const auto asked = static_cast<unsigned>(std::stoul(text));

@@ -278,11 +278,12 @@ bool is_extracted_name(const std::string& name) {
 void check_not_mixed(const std::string& directory, const std::vector<extract_t>& extracts) {
   std::error_code none;
   for (const auto& entry : std::filesystem::directory_iterator(directory, none)) {
+    const std::string file = entry.path();
     const std::string name = entry.path().filename();
     const bool ours = std::any_of(extracts.begin(), extracts.end(),
                                   [&](const extract_t& extract) { return extract.name == name; });
     if (is_extracted_name(name) && !ours) {
-      throw input_error_t(directory + '/' + name,
+      throw input_error_t(file,
                           "is left from another container, and would be taken for this one's: "
                           "remove it, or extract into another directory");
     }
