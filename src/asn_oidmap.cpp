@@ -285,24 +285,15 @@ void oid_map_release(oid_map_handle_t map) {
 }
 
 const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsigned char* der, unsigned size) {
-  OIDdescr_t wanted = {};
-  wanted.oid_asn = der;
-  wanted.oid_asn_size = size;
-  return map->by_asn.find(wanted);
+  return map->by_asn.find(der, size);
 }
 
 const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text, unsigned size) {
-  OIDdescr_t wanted = {};
-  wanted.oid_str = text;
-  wanted.oid_str_size = size;
-  return map->by_str.find(wanted);
+  return map->by_str.find(text, size);
 }
 
 const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned size) {
-  OIDdescr_t wanted = {};
-  wanted.oid_sn = name;
-  wanted.oid_sn_size = size;
-  return map->by_sn.find(wanted);
+  return map->by_sn.find(name, size);
 }
 
 // ---- The default maps ----

@@ -1,43 +1,46 @@
 // The entries of an OID map in the order of one of their keys, to be found by it.
 //
-// An ordered sequence rather than a tree: a search touches one short run of rows, and reads an
-// entry's own bytes only where two heads are equal. Where size and hint already name the right row,
-// there is no search at all: 2.5 times as fast for attribute types.
+// An ordered sequence, searched by halves, and in front of it a table of slots that mostly names
+// the right entry without a search.
 //
 // A lookup, step by step: the entry whose DER content octets are 55 04 03 (2.5.4.3).
 //
-//   slot    hint + 16 * size, modulo 64: 3 + 48 = 51. The hint of DER and dotted text is the last
+//   slot    hint + 8 * size, modulo 128: 3 + 24 = 27. The hint of DER and dotted text is the last
 //           byte, which tells attribute types apart; that of short names is made of the first two.
-//   empty   Every entry's own slot holds a row: its own, or the first of several that share the
+//   empty   Every entry's own slot is taken: by itself, or by the first of several that share the
 //           slot. An empty slot therefore means that no entry has this key.
-//   head    03 55 04 03 00 00 00 00: the size, then up to seven bytes of the key. A key of at most
-//           seven bytes is in its head whole, so that comparing two heads compares the keys.
-//   hit     The row in the slot has that head: found.
-//   search  With another row there, such as that of 2A 13 (1.2.19: 19 + 32 = 51), the key may
-//           still be among the rows: they are searched by halves, in the order of precedes().
+//   hit     The entry in the slot has the key 55 04 03: found.
+//   search  With another entry there, such as 2A 0B (1.2.11: 11 + 16 is 27, too), the key may still
+//           be in the sequence, which is searched in its order.
 
 #ifndef PKIDER_SRC_OID_INDEX_H
 #define PKIDER_SRC_OID_INDEX_H
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstring>
 #include <list>
 #include <vector>
 
 #include <pkider/asn_oidmap.h>
 
-// Byte comparisons of two keys of one size. `folded` is how one byte counts in them; keys that are
-// equal have one `hint`, and keys of one map mostly have different ones.
+// Byte comparisons of two keys of one size. Keys that are equal have one `hint`, and keys of one
+// map mostly have different ones.
 struct oid_memcmp_t {
   static unsigned hint(const unsigned char* key, unsigned size) {
     return size == 0 ? 0 : key[size - 1];
   }
-  static unsigned folded(unsigned char c) { return c; }
-  static bool ends_key(unsigned char) { return false; }
   static int compare(const void* a, const void* b, unsigned size) {
     return std::memcmp(a, b, size);
+  }
+  static bool equal(const void* a, const void* b, unsigned size) {
+    if (size != 3) {
+      return std::memcmp(a, b, size) == 0;
+    }
+    // As most attribute types: two pairs that overlap, without a call.
+    const auto* left = static_cast<const unsigned char*>(a);
+    const auto* right = static_cast<const unsigned char*>(b);
+    return std::memcmp(left, right, 2) == 0 && std::memcmp(left + 1, right + 1, 2) == 0;
   }
 };
 
@@ -47,13 +50,11 @@ struct oid_strcmp_t {
     const unsigned first = size == 0 ? 0 : folded(key[0]);
     return size < 2 || first == 0 ? first : first + 2 * folded(key[1]);
   }
-  static unsigned folded(unsigned char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; }
-  static bool ends_key(unsigned char c) { return c == 0; }
   static int compare(const void* a, const void* b, unsigned size) {
     const auto* left = static_cast<const unsigned char*>(a);
     const auto* right = static_cast<const unsigned char*>(b);
     for (unsigned i = 0; i < size; ++i) {
-      if (folded(left[i]) != folded(right[i])) {
+      if (left[i] != right[i] && folded(left[i]) != folded(right[i])) {
         return folded(left[i]) < folded(right[i]) ? -1 : 1;
       }
       if (left[i] == 0) {
@@ -62,16 +63,20 @@ struct oid_strcmp_t {
     }
     return 0;
   }
+  static bool equal(const void* a, const void* b, unsigned size) {
+    return compare(a, b, size) == 0;
+  }
+  static unsigned folded(unsigned char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; }
 };
 
 // The order of entries by one of their keys: the shorter first, equal sizes by the byte comparison.
 template <auto Key, auto Size, class Compare>
 struct oid_map_compare_t {
-  bool operator()(const OIDdescr_t& a, const OIDdescr_t& b) const {
-    if (a.*Size != b.*Size) {
-      return a.*Size < b.*Size;
+  static bool precedes(const OIDdescr_t* a, const OIDdescr_t* b) {
+    if (a->*Size != b->*Size) {
+      return a->*Size < b->*Size;
     }
-    return Compare::compare(a.*Key, b.*Key, a.*Size) < 0;
+    return Compare::compare(a->*Key, b->*Key, a->*Size) < 0;
   }
 };
 
@@ -80,85 +85,53 @@ class oid_index_t {
  public:
   // Takes in all entries of a map; of those with one key, only the first.
   void build(const std::list<OIDdescr_t>& entries) {
-    rows_.clear();
-    rows_.reserve(entries.size());
+    entries_.clear();
+    entries_.reserve(entries.size());
     for (const OIDdescr_t& entry : entries) {
-      rows_.push_back({head_of(entry), &entry});
+      entries_.push_back(&entry);
     }
-    std::stable_sort(rows_.begin(), rows_.end(), precedes);
-    const auto same = [](const row_t& a, const row_t& b) { return !precedes(a, b); };
-    rows_.erase(std::unique(rows_.begin(), rows_.end(), same), rows_.end());
-    shortcuts_.fill({0, nullptr});
+    std::stable_sort(entries_.begin(), entries_.end(), precedes);
+    const auto same = [](const OIDdescr_t* a, const OIDdescr_t* b) { return !precedes(a, b); };
+    entries_.erase(std::unique(entries_.begin(), entries_.end(), same), entries_.end());
+    slots_.fill(nullptr);
     // From the last to the first, so that the shortest key of a slot keeps it.
-    for (auto row = rows_.rbegin(); row != rows_.rend(); ++row) {
-      shortcuts_[slot_of(*row->entry)] = *row;
+    for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
+      slots_[slot_of((*entry)->*Key, (*entry)->*Size)] = *entry;
     }
   }
 
-  // The entry whose key equals that of `wanted`, or null.
-  const OIDdescr_t* find(const OIDdescr_t& wanted) const {
-    const row_t& shortcut = shortcuts_[slot_of(wanted)];
-    if (shortcut.entry == nullptr) {
-      return nullptr;
+  // The entry with this key, or null.
+  template <class Char>
+  const OIDdescr_t* find(const Char* key, unsigned size) const {
+    const OIDdescr_t* entry = slots_[slot_of(key, size)];
+    const bool no_such_key = entry == nullptr;
+    if (no_such_key || (entry->*Size == size && Compare::equal(entry->*Key, key, size))) {
+      return entry;
     }
-    const row_t target = {head_of(wanted), &wanted};
-    if (equal(shortcut, target)) {
-      return shortcut.entry;
-    }
-    const auto found = std::lower_bound(rows_.begin(), rows_.end(), target, precedes);
-    return found == rows_.end() || precedes(target, *found) ? nullptr : found->entry;
+    return search(key, size);
   }
 
  private:
-  static constexpr unsigned head_size = 7;
-
-  struct row_t {
-    std::uint64_t head;  // size (up to 255), then the first bytes of the key as they compare
-    const OIDdescr_t* entry;
-  };
-
-  static const unsigned char* key_of(const OIDdescr_t& entry) {
-    return reinterpret_cast<const unsigned char*>(entry.*Key);
-  }
-
-  static std::uint64_t head_of(const OIDdescr_t& entry) {
-    const unsigned char* key = key_of(entry);
-    const unsigned size = std::min(entry.*Size, head_size);
-    std::uint64_t head = std::min(entry.*Size, 255U);
-    unsigned i = 0;
-    for (; i < size && !Compare::ends_key(key[i]); ++i) {
-      head = head << 8 | Compare::folded(key[i]);
-    }
-    return head << (head_size - i) * 8;
-  }
-
-  static bool is_whole_key(std::uint64_t head) { return head >> head_size * 8 <= head_size; }
-
-  static std::size_t slot_of(const OIDdescr_t& entry) {
-    return (Compare::hint(key_of(entry), entry.*Size) + entry.*Size * 16) % slots;
-  }
-
-  static bool equal(const row_t& a, const row_t& b) {
-    if (a.head != b.head || is_whole_key(a.head)) {
-      return a.head == b.head;
-    }
-    const unsigned size = b.entry->*Size;
-    return a.entry->*Size == size &&
-           Compare::compare(key_of(*a.entry), key_of(*b.entry), size) == 0;
-  }
-
-  static bool precedes(const row_t& a, const row_t& b) {
-    if (a.head != b.head || is_whole_key(a.head)) {
-      return a.head < b.head;
-    }
-    return oid_map_compare_t<Key, Size, Compare>()(*a.entry, *b.entry);
-  }
-
+  static constexpr auto precedes = oid_map_compare_t<Key, Size, Compare>::precedes;
   // Few, since every program that starts pays for the memory that the default maps touch.
-  static constexpr unsigned slots = 64;
+  static constexpr unsigned slots = 128;
 
-  std::vector<row_t> rows_;
-  std::array<row_t, slots> shortcuts_;
+  static std::size_t slot_of(const void* key, unsigned size) {
+    return (Compare::hint(static_cast<const unsigned char*>(key), size) + size * 8) % slots;
+  }
+
+  // Not part of find(), which would save registers for it first.
+  template <class Char>
+  __attribute__((noinline)) const OIDdescr_t* search(const Char* key, unsigned size) const {
+    OIDdescr_t wanted = {};
+    wanted.*Key = key;
+    wanted.*Size = size;
+    const auto found = std::lower_bound(entries_.begin(), entries_.end(), &wanted, precedes);
+    return found == entries_.end() || precedes(&wanted, *found) ? nullptr : *found;
+  }
+
+  std::vector<const OIDdescr_t*> entries_;
+  std::array<const OIDdescr_t*, slots> slots_;
 };
 
 #endif
