@@ -123,13 +123,16 @@ std::string with_other_tags(std::string text, unsigned n, const Read& read) {
   while (--n != 0) {
     at = text.find('(', at + 1);
   }
+  std::string der = from_hex(text);
   const std::string own = text.substr(at - 2, 2);
+  text.replace(at - 2, 2, "FF");
+  const auto octet = std::mismatch(der.begin(), der.end(), from_hex(text).begin()).first;
   std::map<std::string, std::string> outcomes;  // by octet
   for (unsigned tag = 0; tag < 0x100; ++tag) {
     const std::string other = to_hex(std::string(1, static_cast<char>(tag)));
     if (other != own) {
-      text.replace(at - 2, 2, other);
-      outcomes[other] = read(exact_t(from_hex(text)));
+      *octet = static_cast<char>(tag);
+      outcomes[other] = read(exact_t(der));
     }
   }
   const std::string& first = outcomes.begin()->second;
