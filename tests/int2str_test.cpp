@@ -25,6 +25,9 @@ TEST(Names, FirstMatchWins) {
   EXPECT_STREQ(repeated->getString(8, "?"), "?");
   EXPECT_EQ(repeated->getInt("A", 9), 0xFFFFFFFF);
   EXPECT_EQ(repeated->getInt("c", 9) + repeated->getInt("", 9), 18u);
+  EXPECT_EQ(repeated->getInt("aa", 9), 9u);
+  const IntToString edges[] = {{5, "@AZ["}, {0, nullptr}};
+  EXPECT_EQ(edges->getInt("@az[", 9) * 10 + edges->getInt("`az{", 9), 59u);
   EXPECT_STREQ(I2S_LOG_LEVEL->getString(0, "?"), "DISABLED");
   EXPECT_EQ(I2S_LOG_LEVEL->getInt("events", 9) + 10 * I2S_LOG_LEVEL->getInt("details", 9), 21u);
   EXPECT_STREQ(I2S_LOG_LEVEL->getString(3, "?"), "VERBOSE");
