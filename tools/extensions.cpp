@@ -282,11 +282,14 @@ std::string joined(const list_t& texts) {
 }
 
 // Extension ::= SEQUENCE { extnID OID, critical BOOLEAN DEFAULT FALSE, extnValue OCTET STRING }
-void add_extension(record_t& record, asn_iter_t extension, list_t& others) {
+void add_extension(record_t& record, asn_iter_t extension, list_t& others, list_t& critical_ones) {
   const blob_t oid = asn1_view_(enter(asn_tag_t::OID, extension));
   const bool critical = asn1_next_is_(boolean, extension) && *enter(boolean, extension).ptr != 0;
   const asn_iter_t value = enter(asn_tag_t::OCTET_STRING, extension);
   const std::string dotted = dotted_oid(oid);
+  if (critical) {
+    critical_ones.push_back(short_oid_name(oid));
+  }
   const std::string mark = critical ? " (critical)" : "";
   const auto* const row =
       std::find_if(std::begin(extensions), std::end(extensions),
@@ -310,16 +313,18 @@ void add_extension(record_t& record, asn_iter_t extension, list_t& others) {
 void add_extensions(record_t& record, const std::string& where, const blob_t& element) {
   asn_iter_t cur = asn1_iter_(element);
   list_t others;
+  list_t critical_ones;
   bool whole = true;
   try {
     asn_iter_t all = enter(asn_tag_t::SEQUENCE, cur);
     while (all.len != 0) {
-      add_extension(record, enter(asn_tag_t::SEQUENCE, all), others);
+      add_extension(record, enter(asn_tag_t::SEQUENCE, all), others, critical_ones);
     }
   } catch (const malformed_t&) {
     whole = false;
   }
   record.add_lines("other extension", others);
+  record.add_json("critical extensions", critical_ones);
   if (!whole) {
     throw input_error_t(where, "an extension is malformed");
   }

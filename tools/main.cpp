@@ -9,6 +9,7 @@
 
 #include "messages.h"
 #include "oid_names.h"
+#include "record.h"
 #include "verbs.h"
 
 namespace {
@@ -17,15 +18,16 @@ constexpr int status_bad_input = 1;
 constexpr int status_wrong_usage = 2;
 
 // To every verb that does something itself.
-void add_config_option(CLI::App& app) {
+void add_common_options(CLI::App& app) {
   const auto verbs = app.get_subcommands({});
   for (CLI::App* verb : verbs) {
-    add_config_option(*verb);
+    add_common_options(*verb);
   }
   if (verbs.empty()) {
     app.add_option("--config", config_files(), "Extend the OID map by the lines of this file")
         ->type_name("FILE")
         ->allow_extra_args(false);
+    app.add_flag("--json", json_output(), "Write an object of JSON a line, errors too");
   }
 }
 
@@ -95,7 +97,7 @@ int run(int argc, char** argv) {
   add_dump_verb(app);
   add_p12_verb(app);
   add_key_verb(app);
-  add_config_option(app);
+  add_common_options(app);
   take_marks_off(app);
   try {
     app.parse(marked_arguments(argc, argv));

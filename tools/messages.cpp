@@ -3,25 +3,37 @@
 #include <iostream>
 #include <new>
 
+#include "record.h"
 #include "text.h"
 
 namespace {
 
 bool reported = false;
 
+void print_message(const record_t& record, const std::string& message) {
+  std::cerr << (json_output() ? json_line(record) : "pkider: " + printable(message)) + '\n';
+}
+
 }  // namespace
 
 void note(const std::string& message) {
-  std::cerr << "pkider: " + printable(message) + '\n';
-}
-
-void report(const std::string& message) {
-  reported = true;
-  note(message);
+  record_t record;
+  record.add("note", message);
+  print_message(record, message);
 }
 
 void report(const std::string& file, const std::string& wrong) {
-  report(file + ": " + wrong);
+  reported = true;
+  record_t record;
+  if (!file.empty()) {
+    record.add("input", file);
+  }
+  record.add("error", wrong);
+  print_message(record, file.empty() ? wrong : file + ": " + wrong);
+}
+
+void report(const std::string& message) {
+  report("", message);
 }
 
 bool anything_reported() {
@@ -32,7 +44,7 @@ void attempt(const std::function<void()>& work) {
   try {
     work();
   } catch (const input_error_t& e) {
-    report(e.what());
+    report(e.file(), e.wrong());
   }
 }
 

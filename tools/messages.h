@@ -11,18 +11,27 @@
 // A bad input. The message is one line: "FILE: what is wrong".
 class input_error_t : public std::runtime_error {
  public:
-  explicit input_error_t(const std::string& message) : std::runtime_error(message) {}
+  explicit input_error_t(const std::string& message) : input_error_t("", message) {}
   input_error_t(const std::string& file, const std::string& wrong)
-      : std::runtime_error(file + ": " + wrong) {}
+      : std::runtime_error(file.empty() ? wrong : file + ": " + wrong),
+        file_(file),
+        wrong_(wrong) {}
+
+  const std::string& file() const { return file_; }
+  const std::string& wrong() const { return wrong_; }
+
+ private:
+  std::string file_;
+  std::string wrong_;
 };
 
-// Writes "pkider: MESSAGE" to standard error, safe for a terminal. The command then ends with
-// status 1, whatever else it does.
-void report(const std::string& message);
+// Writes "pkider: FILE: WRONG" to standard error, safe for a terminal, or an object of JSON. The
+// command then ends with status 1, whatever else it does.
 void report(const std::string& file, const std::string& wrong);
+void report(const std::string& message);
 bool anything_reported();
 
-// Writes "pkider: MESSAGE" too, about what is no fault.
+// Writes a message in the same way about what is no fault.
 void note(const std::string& message);
 
 // Does `work`, and reports an input_error_t that it throws: the command goes on with the next

@@ -45,11 +45,6 @@ json_t to_json(const record_t& record) {
   return object;
 }
 
-void print_json(const record_t& record) {
-  // Bytes that are no UTF-8 become U+FFFD.
-  std::cout << to_json(record).dump(-1, ' ', false, json_t::error_handler_t::replace) << '\n';
-}
-
 void print_text(const record_t& record) {
   static bool first = true;
   if (!first) {
@@ -57,12 +52,8 @@ void print_text(const record_t& record) {
   }
   first = false;
   for (const record_t::field_t& field : record.fields()) {
-    if (!field.text.empty()) {
-      print_field(field.name.c_str(), field.text);
-    } else if (const auto* lines = std::get_if<record_t::list_t>(&field.json)) {
-      for (const std::string& line : *lines) {
-        print_field(field.name.c_str(), line);
-      }
+    for (const std::string& line : field.lines) {
+      print_field(field.name.c_str(), line);
     }
   }
   for (const record_t::field_t& field : record.fields()) {
@@ -79,14 +70,18 @@ bool& json_output() {
   return json;
 }
 
+std::string json_line(const record_t& record) {
+  return printable_json(to_json(record).dump(-1, ' ', false, json_t::error_handler_t::replace));
+}
+
 void print(const record_t& record) {
-  json_output() ? print_json(record) : print_text(record);
+  if (json_output()) {
+    std::cout << json_line(record) << '\n';
+  } else {
+    print_text(record);
+  }
 }
 
 void print(const record_t& record, const std::string& line) {
-  if (json_output()) {
-    print_json(record);
-  } else {
-    std::cout << line << '\n';
-  }
+  std::cout << (json_output() ? json_line(record) : line) << '\n';
 }

@@ -21,22 +21,24 @@ class record_t {
   // name is `name` in lower case, with '_' for what is no letter or digit.
   void add(const std::string& name, const std::string& text) { add(name, text, text); }
   void add(const std::string& name, const std::string& text, value_t json) {
-    fields_.push_back({name, text, std::move(json)});
+    fields_.push_back({name, {text}, std::move(json)});
   }
 
   // A field of the JSON object alone.
-  void add_json(const std::string& name, value_t json) { add(name, "", std::move(json)); }
+  void add_json(const std::string& name, value_t json) {
+    fields_.push_back({name, {}, std::move(json)});
+  }
 
   // A list, a line for each; nothing when it is empty.
   void add_lines(const std::string& name, const list_t& lines) {
     if (!lines.empty()) {
-      fields_.push_back({name, "", lines});
+      fields_.push_back({name, lines, lines});
     }
   }
 
   struct field_t {
     std::string name;
-    std::string text;
+    list_t lines;  // of text
     value_t json;
   };
   const std::vector<field_t>& fields() const { return fields_; }
@@ -49,6 +51,9 @@ class record_t {
 // printable, an empty line before all but the first record; records that are values follow in the
 // same way. Or as one line of JSON.
 void print(const record_t& record);
+
+// The JSON object, in one line, safe for a terminal. Bytes that are no UTF-8 become U+FFFD.
+std::string json_line(const record_t& record);
 
 // Writes `line` instead of the fields where text is wanted.
 void print(const record_t& record, const std::string& line);

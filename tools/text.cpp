@@ -41,9 +41,33 @@ bool is_plain(char c) {
   return c >= ' ' && c <= '~';
 }
 
-}  // namespace
+void escape_bytes(std::string& out, std::string_view unit, wchar_t) {
+  for (const char byte : unit) {
+    out += '\\';
+    TO_HEX_STD_STRING(reinterpret_cast<const unsigned char*>(&byte), 1, out, 0);
+  }
+}
 
-std::string printable(std::string_view text) {
+// Above FFFF in two halves (RFC 8259, 7).
+void escape_for_json(std::string& out, std::string_view, wchar_t c) {
+  constexpr unsigned first_high = 0x10000;
+  const auto code = static_cast<unsigned>(c);
+  const auto add = [&out](unsigned half) {
+    const unsigned char octets[] = {static_cast<unsigned char>(half >> 8),
+                                    static_cast<unsigned char>(half)};
+    TO_HEX_STD_STRING(octets, sizeof octets, out += "\\u", 0);
+  };
+  if (code < first_high) {
+    add(code);
+    return;
+  }
+  add(0xD800 + ((code - first_high) >> 10));
+  add(0xDC00 + (code & 0x3FF));
+}
+
+// `text` with `escape` of everything that is not safe; what is no UTF-8 comes byte by byte.
+template <class Escape>
+std::string escaped(std::string_view text, Escape escape) {
   std::string out;
   while (!text.empty()) {
     const auto* const plain_end = std::find_if_not(text.begin(), text.end(), is_plain);
@@ -60,14 +84,21 @@ std::string printable(std::string_view text) {
     text.remove_prefix(unit.size());
     if (valid && is_printable(c)) {
       out += unit;
-      continue;
-    }
-    for (const char byte : unit) {
-      out += '\\';
-      TO_HEX_STD_STRING(reinterpret_cast<const unsigned char*>(&byte), 1, out, 0);
+    } else {
+      escape(out, unit, c);
     }
   }
   return out;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text) {
+  return escaped(text, escape_bytes);
+}
+
+std::string printable_json(std::string_view json) {
+  return escaped(json, escape_for_json);
 }
 
 void print_field(const char* name, const std::string& value) {

@@ -16,6 +16,9 @@ std::string hex(const blob_t& view, char separator = 0);
 // that byte.
 std::string printable(std::string_view text);
 
+// JSON in UTF-8 with such characters as \uXXXX.
+std::string printable_json(std::string_view json);
+
 // Writes "NAME:      VALUE" to standard output, values aligned, made printable.
 void print_field(const char* name, const std::string& value);
 

@@ -1,14 +1,16 @@
 // pkider dn: a printable distinguished name in its normal form, and as DER.
 
 #include <algorithm>
-#include <iostream>
 #include <memory>
+#include <sstream>
 
 #include <pkider/asn_printable.h>
 
 #include "bytes.h"
+#include "input.h"
 #include "messages.h"
 #include "oid_names.h"
+#include "record.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -93,21 +95,39 @@ std::string suggestion(const std::string& dn) {
              : "";
 }
 
-void run(const std::string& text, bool with_der) {
+// `where` goes before the text in messages.
+void run(const std::string& where, const std::string& text, bool with_der) {
   std::string normal;
   std::string der;
   if (!encodes(text)) {
-    throw input_error_t(text, explain(text) + suggestion(text));
+    throw input_error_t(where + text, explain(text) + suggestion(text));
   }
   if (!printable_dn_normalize(text, normal, &der, oid_map())) {
-    throw input_error_t(text, "malformed value after \"" + normal + '"');
+    throw input_error_t(where + text, "malformed value after \"" + normal + '"');
   }
   if (const std::string meant = suggestion(text); !meant.empty()) {
-    note(text + ": a value begins with a blank" + meant);
+    note(where + text + ": a value begins with a blank" + meant);
   }
-  std::cout << printable(normal) << '\n';
+  record_t record;
+  record.add("input", text);
+  record.add("name", normal);
+  std::string lines = printable(normal);
   if (with_der) {
-    std::cout << hex(view(der)) << '\n';
+    record.add("der", hex(view(der)));
+    lines.append("\n").append(hex(view(der)));
+  }
+  print(record, lines);
+}
+
+// A name on each line, until the end of standard input.
+void run_lines(bool with_der) {
+  std::istringstream input(read_file("-"));
+  std::string line;
+  for (unsigned number = 1; std::getline(input, line); ++number) {
+    if (!line.empty() && line.back() == '\r') {
+      line.pop_back();
+    }
+    attempt([&] { run("line " + std::to_string(number) + ": ", line, with_der); });
   }
 }
 
@@ -120,7 +140,16 @@ void add_dn_verb(CLI::App& app) {
   };
   const auto options = std::make_shared<options_t>();
   CLI::App* verb = app.add_subcommand("dn", "Show the normal form of a printable name");
-  verb->add_option("TEXT", options->text, "A name, such as C=RU,O=Org+OU=Dev,CN=User1")->required();
+  verb->add_option(
+          "TEXT", options->text,
+          "A name, such as C=RU,O=Org+OU=Dev,CN=User1; - is one on each line of standard input")
+      ->required();
   verb->add_flag("--der", options->der, "Show its DER too, in hexadecimal on a second line");
-  verb->callback([options] { run(options->text, options->der); });
+  verb->callback([options] {
+    if (options->text == "-") {
+      run_lines(options->der);
+    } else {
+      attempt([&] { run("", options->text, options->der); });
+    }
+  });
 }

@@ -1,10 +1,10 @@
 // pkider name: the names in certificates, requests and CRLs.
 
-#include <iostream>
 #include <memory>
 
 #include "certificate.h"
 #include "messages.h"
+#include "record.h"
 #include "text.h"
 #include "verbs.h"
 
@@ -16,30 +16,35 @@ struct options_t {
   bool reverse = false;
 };
 
+void print_names(const std::string& prefix, const std::string& where, const names_t& names,
+                 const options_t& options) {
+  const PrintableDnOrder order = options.reverse ? DN_ORDER_REVERSE : DN_ORDER_DIRECT;
+  const bool is_crl = names.subject.size == 0;
+  record_t record;
+  record.add("file", where);
+  std::string line;
+  if (!is_crl) {
+    const std::string subject = dn_text(where, "subject", names.subject, order);
+    record.add("subject", subject);
+    line.append(prefix).append(options.issuer ? "subject: " : "").append(subject);
+  }
+  if (names.issuer.size != 0 && (options.issuer || is_crl)) {
+    const std::string issuer = dn_text(where, "issuer", names.issuer, order);
+    record.add("issuer", issuer);
+    line.append(line.empty() ? "" : "\n").append(prefix);
+    line.append(options.issuer ? "issuer:  " : "").append(issuer);
+  }
+  print(record, line);
+}
+
 void run(const options_t& options) {
   const std::vector<kind_t> kinds = {kind_t::certificate, kind_t::request, kind_t::crl};
-  const PrintableDnOrder order = options.reverse ? DN_ORDER_REVERSE : DN_ORDER_DIRECT;
   for_each_file(options.files, [&](const std::string& file) {
     const std::string prefix = options.files.size() > 1 ? printable(file) + ": " : "";
     for_each_object(file, kinds, [&](const std::string& where, const input_block_t& block) {
       names_t names;
       read_names(block.der, names);
-      if (!options.issuer) {
-        const bool is_crl = names.subject.size == 0;
-        std::cout << prefix
-                  << (is_crl ? dn_text(where, "issuer", names.issuer, order)
-                             : dn_text(where, "subject", names.subject, order))
-                  << '\n';
-        return;
-      }
-      if (names.subject.size != 0) {
-        const std::string subject = dn_text(where, "subject", names.subject, order);
-        std::cout << prefix << "subject: " << subject << '\n';
-      }
-      if (names.issuer.size != 0) {
-        const std::string issuer = dn_text(where, "issuer", names.issuer, order);
-        std::cout << prefix << "issuer:  " << issuer << '\n';
-      }
+      print_names(prefix, where, names, options);
     });
   });
 }

@@ -122,12 +122,14 @@ record_t show(const oid_t& oid) {
     record.add("short name", entry->oid_sn);
     record.add("long name", entry->oid_ln);
   }
+  record_t::list_t algorithms;
   for (const IntToString* row = I2S_PKI_ALG_T; row->name != nullptr; ++row) {
     const pki_oid_ref_t found = oid_of(static_cast<pki_alg_t>(row->value));
     if (from_view(found.data, found.size) == oid) {
-      record.add("algorithm", row->name);
+      algorithms.emplace_back(row->name);
     }
   }
+  record.add_lines("algorithm", algorithms);
   if (const std::string_view name = known_oid_name(dotted); !name.empty()) {
     record.add("known as", std::string(name));
   }
