@@ -5,6 +5,8 @@ partner_test.py COMMAND
 """
 
 import concurrent.futures
+import hashlib
+import hmac
 import os
 import re
 import subprocess
@@ -235,6 +237,19 @@ def open_foreign(at):
         shell(f"certtool --to-p12 --load-privkey ec.key --load-certificate ec.crt --p12-name x --outder "
               f"--outfile x.p12 --password '{PASSWORD}' {options}")
         extract("x.p12", "ec")
+    # PBMAC1, which openssl does not write yet.
+    shell("openssl pkcs12 -export -inkey ec.key -in ec.crt -passout env:PASSWORD -out x.p12 -name x -nomac")
+    version, info = elements(next(elements((at / "x.p12").read_bytes()))[1])
+    safe = next(elements(list(elements(info[1]))[1][1]))[1]
+    key = hashlib.pbkdf2_hmac("sha256", PASSWORD.encode(), b"12345678", 300, 32)
+    hmacs = [der(0x30, der(6, bytes.fromhex(f"2A864886F70D02{number}")), b"\5\0") for number in ("09", "0B")]
+    kdf = der(0x30, der(6, bytes.fromhex("2A864886F70D01050C")),
+              der(0x30, der(4, b"12345678"), b"\2\2\1\x2C\2\1\x20", hmacs[0]))
+    mac = der(0x30, der(6, bytes.fromhex("2A864886F70D01050E")), der(0x30, kdf, hmacs[1]))
+    mac = der(0x30, der(0x30, mac, der(4, hmac.digest(key, safe, "sha512"))), der(4, b"unused"))
+    (at / "x.p12").write_bytes(der(0x30, der(*version), der(*info), mac))
+    extract("x.p12", "ec")
+    extract("x.p12", "ec", "x.p12: wrong password")
     # Other bags are told of: a CRL and a secret in a container without a MAC.
     crl, secret = (der(0x30, der(6, bytes.fromhex("2A864886F70D010C0A01") + bytes([kind])),
                        der(0xA0, der(0x30, der(6, b"\x2A\x03"), der(0xA0, der(4, b"x")))))
