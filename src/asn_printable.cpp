@@ -174,20 +174,44 @@ const char* chars(const unsigned char* p) {
   return reinterpret_cast<const char*>(p);
 }
 
-// Q27: puts a backslash before each special character of `text` from `begin` on, from the last to
-// the first, so that every byte moves once.
+bool is_special_char(char c) {
+  return (class_of(c) & is_special) != 0;
+}
+
+// Q27: writes `text` to `to` with a backslash before each special character; returns where that
+// ends. Groups of bytes without any are copied at once.
+char* escape(std::string_view text, char* to) {
+  while (!text.empty()) {
+    const std::string_view group = text.substr(0, group_size);
+    text.remove_prefix(group.size());
+    if (group.size() == group_size && (classes_of_group(group.data()) & is_special) == 0) {
+      std::memcpy(to, group.data(), group_size);
+      to += group_size;
+      continue;
+    }
+    for (const char c : group) {
+      if (is_special_char(c)) {
+        *to++ = '\\';
+      }
+      *to++ = c;
+    }
+  }
+  return to;
+}
+
+// Q27: the same for `text` from `begin` on, in place: from the last character to the first, so that
+// every byte moves once.
 void escape_from(std::string& text, std::size_t begin) {
-  const auto special = [](char c) { return (class_of(c) & is_special) != 0; };
   const char* const raw = text.data();
   std::size_t from = text.size();
-  const auto count = std::count_if(raw + begin, raw + from, special);
+  const auto count = std::count_if(raw + begin, raw + from, is_special_char);
   if (count == 0) {
     return;
   }
   grow_string_(text, static_cast<std::uint64_t>(count));
   for (std::size_t to = text.size(); to != from;) {
     text[--to] = text[--from];
-    if (special(text[to])) {
+    if (is_special_char(text[to])) {
       text[--to] = '\\';
     }
   }
@@ -201,7 +225,7 @@ bool is_numeric(const asn_iter_t& content) {
 // Appends the parts of a Name to a string.
 class name_printer_t {
  public:
-  name_printer_t(const unsigned char* input_end, std::string& out, oid_map_handle_t map)
+  name_printer_t(const unsigned char* input_end, string_tail_t& out, oid_map_handle_t map)
       : input_end_(input_end), out_(out), map_(map) {}
 
   // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
@@ -213,7 +237,7 @@ class name_printer_t {
       if (rdn.len == 0) {
         return true;
       }
-      append_string_(out_, '+');
+      out_.put('+');
     }
   }
 
@@ -226,7 +250,7 @@ class name_printer_t {
         !asn1_read_tag_i_(asn_tag_t::OID, &attribute, &type) || !append_type_name(type)) {
       return false;
     }
-    append_string_(out_, '=');
+    out_.put('=');
     return append_value(attribute);
   }
 
@@ -234,9 +258,9 @@ class name_printer_t {
     const OIDdescr_t* entry =
         map_ == nullptr ? nullptr : oid_map_find_asn(map_, type.ptr, type.len);
     if (entry == nullptr) {
-      return oid_asn_to_str_(type.ptr, type.ptr + type.len, out_);
+      return oid_asn_to_str_(type.ptr, type.ptr + type.len, out_.flush());
     }
-    append_string_(out_, {entry->oid_sn, entry->oid_sn_size});
+    out_.put({entry->oid_sn, entry->oid_sn_size});
     return true;
   }
 
@@ -247,23 +271,16 @@ class name_printer_t {
     }
     const unsigned char identifier = *rest.ptr;
     if (!is_text(identifier)) {
-      append_string_(out_, '#');  // Q28
-      TO_HEX_STD_STRING(rest.ptr, rest.len, out_, 0);
+      out_.put('#');  // Q28
+      TO_HEX_STD_STRING(rest.ptr, rest.len, out_.flush(), 0);
       return true;
     }
     asn_iter_t content;
-    if (!asn1_read_tag_i_(asn_tag_t::Type{identifier}, &rest, &content)) {
-      return false;
-    }
-    const std::size_t begin = out_.size();
-    if (!append_text(identifier, content)) {
-      return false;
-    }
-    escape_from(out_, begin);
-    return true;
+    return asn1_read_tag_i_(asn_tag_t::Type{identifier}, &rest, &content) &&
+           append_text(identifier, content);
   }
 
-  // The content of a string, as UTF-8.
+  // The content of a string, as UTF-8 and with escapes.
   bool append_text(unsigned char identifier, const asn_iter_t& content) {
     switch (identifier) {
       case t61_string:
@@ -280,33 +297,46 @@ class name_printer_t {
       default:
         break;
     }
-    append_string_(out_, {chars(content.ptr), content.len});  // Q29: not checked
+    append_escaped({chars(content.ptr), content.len});  // Q29: not checked
     return true;
+  }
+
+  void append_escaped(std::string_view text) {
+    while (!text.empty()) {
+      const std::string_view piece = text.substr(0, string_tail_t::max_room / 2);
+      out_.advance(escape(piece, out_.room(piece.size() * 2)));
+      text.remove_prefix(piece.size());
+    }
   }
 
   bool append_t61(const asn_iter_t& content) {
     // Q30: a prefix at the very end of the input combines with 00: nothing after it is looked at.
     static constexpr unsigned char nothing = 0;
     const unsigned char* following = content.ptr + content.len;
-    return t61_append_utf8_(content.ptr, content.len,
-                            following == input_end_ ? &nothing : following, out_);
+    std::string& out = out_.flush();
+    const std::size_t begin = out.size();
+    const bool complete = t61_append_utf8_(content.ptr, content.len,
+                                           following == input_end_ ? &nothing : following, out);
+    escape_from(out, begin);
+    return complete;
   }
 
   bool append_wide(const asn_iter_t& content, codepage_t source) {
     const CodepageConverter converter(source, CODEPAGE_UTF8);
     const unsigned size = converter.output_size(content.ptr, content.len);
-    return size != 0 &&  // Q31: when empty, too
-           converter.convert(content.ptr, content.len, grow_string_(out_, size), size) != 0;
+    std::string& out = out_.flush();
+    const std::size_t begin = out.size();
+    const bool complete =
+        size != 0 &&  // Q31: when empty, too
+        converter.convert(content.ptr, content.len, grow_string_(out, size), size) != 0;
+    escape_from(out, begin);
+    return complete;
   }
 
   const unsigned char* input_end_;
-  std::string& out_;
+  string_tail_t& out_;
   oid_map_handle_t map_;
 };
-
-void reverse_from(std::string& text, std::size_t begin) {
-  reverse_bytes_(text.data() + begin, text.data() + text.size());
-}
 
 }  // namespace
 
@@ -327,27 +357,29 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& ou
   //
   // Reverse order in linear time: every RDN is reversed where it stands, then the whole text.
   const bool reverse = order == DN_ORDER_REVERSE;
-  name_printer_t printer(der + len, out, map);
+  string_tail_t text(out);
+  name_printer_t printer(der + len, text, map);
   bool complete = true;
   while (complete && name.len != 0) {
-    const std::size_t begin = out.size();
+    const std::size_t begin = text.size();
     asn_iter_t rdn;
     complete = asn1_read_tag_i_(asn_tag_t::SET, &name, &rdn) && printer.append_rdn(rdn);
     if (complete) {
-      append_string_(out, ',');
+      text.put(',');
     } else if (reverse) {
-      out.resize(begin);
+      text.flush().resize(begin);
     }
     if (reverse) {
-      reverse_from(out, begin);
+      text.reverse_from(begin);
     }
   }
   if (reverse) {
-    reverse_from(out, base);
+    text.reverse_from(base);
   }
   if (complete) {
-    out.pop_back();
+    text.drop_last();
   }
+  text.flush();
   return complete;
 }
 

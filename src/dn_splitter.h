@@ -64,6 +64,17 @@ inline unsigned class_of(char c) {
   return byte_classes.of[static_cast<unsigned char>(c)];
 }
 
+// As many bytes as are worth looking at together.
+constexpr int group_size = 8;
+
+inline unsigned classes_of_group(const char* p) {
+  unsigned classes = 0;
+  for (int i = 0; i < group_size; ++i) {
+    classes |= class_of(p[i]);
+  }
+  return classes;
+}
+
 // Takes one attribute after the other off a printable DN.
 class dn_splitter_t {
  public:
@@ -116,14 +127,11 @@ class dn_splitter_t {
     return p;
   }
 
-  // The next special byte or terminating zero, eight bytes at a time as long as none is. Adds what
+  // The next special byte or terminating zero, group by group as long as there is none. Adds what
   // the bytes before it are to `classes`.
   const char* find_special(const char* p, unsigned& classes) const {
-    for (; end_ - p >= 8; p += 8) {
-      unsigned found = 0;
-      for (int i = 0; i < 8; ++i) {
-        found |= class_of(p[i]);
-      }
+    for (; end_ - p >= group_size; p += group_size) {
+      const unsigned found = classes_of_group(p);
       if ((found & is_special) != 0) {
         break;
       }

@@ -59,6 +59,74 @@ inline void reverse_bytes_(char* begin, char* end) {
   std::reverse(begin, end);
 }
 
+// The end of a string that grows by many small pieces: they are collected here first.
+class string_tail_t {
+ public:
+  explicit string_tail_t(std::string& out) : out_(out) {}
+  string_tail_t(const string_tail_t&) = delete;
+  string_tail_t& operator=(const string_tail_t&) = delete;
+
+  static constexpr std::size_t max_room = 512;
+
+  // Room for `count` bytes, at most max_room, for the caller to fill before it calls advance.
+  char* room(std::size_t count) {
+    if (max_room - used_ < count) {
+      flush();
+    }
+    return bytes_ + used_;
+  }
+  // Takes in what was written up to `end`.
+  void advance(const char* end) { used_ = static_cast<std::size_t>(end - bytes_); }
+
+  void put(char byte) {
+    *room(1) = byte;
+    ++used_;
+  }
+  void put(std::string_view bytes) {
+    if (bytes.size() > max_room) {
+      flush();
+      append_string_(out_, bytes);
+      return;
+    }
+    std::memcpy(room(bytes.size()), bytes.data(), bytes.size());
+    used_ += bytes.size();
+  }
+
+  // Takes the last byte away again.
+  void drop_last() {
+    if (used_ != 0) {
+      --used_;
+    } else {
+      out_.pop_back();
+    }
+  }
+
+  // Of the string with all pieces.
+  std::size_t size() const { return out_.size() + used_; }
+
+  // Turns around what comes after the first `begin` bytes of the string.
+  void reverse_from(std::size_t begin) {
+    if (begin < out_.size()) {
+      flush();
+      reverse_bytes_(out_.data() + begin, out_.data() + out_.size());
+    } else {
+      reverse_bytes_(bytes_ + (begin - out_.size()), bytes_ + used_);
+    }
+  }
+
+  // Hands all pieces to the string, which holds none of them before.
+  std::string& flush() {
+    append_string_(out_, {bytes_, used_});
+    used_ = 0;
+    return out_;
+  }
+
+ private:
+  std::string& out_;
+  std::size_t used_ = 0;
+  char bytes_[max_room];
+};
+
 // The size of a string that must go into an element. Throws std::bad_alloc where it has no 32-bit
 // size.
 inline unsigned size32_(std::uint64_t size) {
