@@ -15,13 +15,14 @@ namespace {
 constexpr std::size_t mebibyte = 1U << 20;
 
 // The least processor time of several runs, in nanoseconds per byte.
-double cost(const operation_t& operation, text_t in, int times) {
+double cost(const attack_t& attack, text_t in, int times) {
   const std::size_t runs = 1 + (1U << 16) / in.size();
   std::clock_t least = std::numeric_limits<std::clock_t>::max();
   for (int i = 0; i < times; ++i) {
     const std::clock_t start = std::clock();
     for (std::size_t run = 0; run < runs; ++run) {
-      operation.run(in);
+      std::string out;
+      attack.run(in, out);
     }
     least = std::min(least, std::clock() - start);
   }
@@ -30,20 +31,20 @@ double cost(const operation_t& operation, text_t in, int times) {
 }
 
 // A row of the table; false when the attack costs too much.
-bool print_row(const operation_t& operation, const attack_t& attack) {
-  const double usual = cost(operation, ordinary(operation), 9);
-  const hostile_t input = build(operation, attack, mebibyte);
-  const double hostile = cost(operation, input.text, 9);
-  std::printf("| `%s` | %s | %.2f | %.2f | %.1f |", operation.name, attack.name, usual, hostile,
-              hostile / usual);
-  if (hostile <= 2 * usual) {
+bool print_row(const attack_t& attack) {
+  const double ordinary = cost(attack, attack.ordinary, 9);
+  const hostile_t input = attack.build(mebibyte);
+  const double hostile = cost(attack, input.text, 9);
+  std::printf("| `%s` | %s | %.2f | %.2f | %.1f |", attack.operation.c_str(), attack.name.c_str(),
+              ordinary, hostile, hostile / ordinary);
+  if (hostile <= 2 * ordinary) {
     std::puts(" | |");
     return true;
   }
   const auto per_element = [](double ns_per_byte, text_t text, unsigned elements) {
     return ns_per_byte * static_cast<double>(text.size()) / static_cast<double>(elements);
   };
-  const double element = per_element(usual, ordinary(operation), operation.elements);
+  const double element = per_element(ordinary, attack.ordinary, attack.elements);
   const double hostile_element = per_element(hostile, input.text, input.units);
   std::printf(" %.0f | %.0f |\n", element, hostile_element);
   return hostile_element <= 2 * element;
@@ -56,12 +57,10 @@ int main() {
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
   int failures = 0;
-  for (const operation_t& operation : operations) {
-    for (const attack_t& attack : operation.attacks) {
-      if (!print_row(operation, attack)) {
-        std::printf("%s, %s: costs too much\n", operation.name, attack.name);
-        ++failures;
-      }
+  for (const attack_t& attack : read_attacks()) {
+    if (!print_row(attack)) {
+      std::printf("%s, %s: costs too much\n", attack.operation.c_str(), attack.name.c_str());
+      ++failures;
     }
   }
   return failures == 0 ? 0 : 1;

@@ -8,34 +8,24 @@
 
 using text_t = const std::string&;
 
-// An input of any size: `whole` with many units in the place of its '@'. "%u" in a unit is another
-// number of up to six digits in each.
-struct attack_t {
-  const char* name;
-  std::string unit;
-  std::string whole = "@";
-};
-
-struct operation_t {
-  const char* name;
-  void (*run)(text_t in);
-  bool is_text;  // the inputs are as they stand here, or else for from_hex
-  std::string ordinary;
-  std::vector<attack_t> attacks;
-  unsigned elements = 1;  // attributes, lines or bags of the ordinary input
-  bool sorts = false;     // costs the logarithm of its elements besides
-};
-
 struct hostile_t {
   std::string text;
-  unsigned units = 0;
+  unsigned units;
 };
 
-// The least input of an attack that has `size` bytes of units.
-hostile_t build(const operation_t& operation, const attack_t& attack, std::size_t size);
+// A row of tests/data/attacks.txt, and the ordinary input of its operation.
+struct attack_t {
+  std::string operation, name;
+  void (*run)(text_t in, std::string& out);
+  bool sorts;  // costs the logarithm of its units besides
+  std::string ordinary;
+  unsigned elements;  // attributes, lines or bags of the ordinary input
+  std::string unit, whole;
 
-std::string ordinary(const operation_t& operation);
+  // The least input that has `size` bytes of units.
+  hostile_t build(std::size_t size) const;
+};
 
-extern const std::vector<operation_t> operations;
+std::vector<attack_t> read_attacks();
 
 #endif

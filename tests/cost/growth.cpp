@@ -7,24 +7,23 @@
 #include "attacks.h"
 #include "memory/memory_watch.h"
 
-static void measure(const operation_t& operation, const attack_t& attack, std::size_t size) {
-  const hostile_t input = build(operation, attack, size);
+static void measure(const attack_t& attack, std::size_t size) {
+  const hostile_t input = attack.build(size);
+  std::string out;
   watch = {};
   CALLGRIND_START_INSTRUMENTATION;
-  operation.run(input.text);
+  attack.run(input.text, out);
   CALLGRIND_STOP_INSTRUMENTATION;
-  const std::string counted = std::string(operation.name) + ", " + attack.name + "|" +
-                              std::to_string(input.units) + "|" + std::to_string(operation.sorts) +
+  const std::string counted = attack.operation + ", " + attack.name + "|" +
+                              std::to_string(input.units) + "|" + std::to_string(attack.sorts) +
                               "|" + std::to_string(watch.allocations) + "|" +
                               std::to_string(watch.bytes);
   CALLGRIND_DUMP_STATS_AT(counted.c_str());
 }
 
 int main() {
-  for (const operation_t& operation : operations) {
-    for (const attack_t& attack : operation.attacks) {
-      measure(operation, attack, 64 * 1024);
-      measure(operation, attack, 512 * 1024);
-    }
+  for (const attack_t& attack : read_attacks()) {
+    measure(attack, 64 * 1024);
+    measure(attack, 512 * 1024);
   }
 }
