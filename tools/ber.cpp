@@ -30,16 +30,22 @@ bool convert(asn_iter_t& cur, unsigned depth, std::string& out);
 bool convert_content(asn_iter_t& cur, bool indefinite, unsigned depth, bool pieces,
                      std::string& out) {
   while (indefinite ? !at_end_of_contents(cur) : cur.len != 0) {
+    if (!pieces) {
+      if (!convert(cur, depth + 1, out)) {
+        return false;
+      }
+      continue;
+    }
     std::string child;
     if (!convert(cur, depth + 1, child)) {
       return false;
     }
     asn_iter_t content = asn1_iter_(view(child));
     asn_iter_t piece;
-    if (pieces && !asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &content, &piece)) {
+    if (!asn1_read_tag_i_(asn_tag_t::OCTET_STRING, &content, &piece)) {
       return false;
     }
-    out += pieces ? to_string(asn1_view_(piece)) : child;
+    out += to_string(asn1_view_(piece));
   }
   return true;
 }
