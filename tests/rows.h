@@ -19,6 +19,10 @@ inline void run_rows(const rows_t& file, const operations_t& operations) {
   }
   for (const row_t& row : file.rows) {
     const testing::ScopedTrace trace(file.path.c_str(), row.line, row.reason);
+    if (operations.count(row.operation) == 0) {
+      ADD_FAILURE() << "no such operation: " << row.operation;
+      continue;
+    }
     try {
       EXPECT_EQ(operations.at(row.operation)(row), row.expected);
     } catch (const std::exception& e) {
