@@ -24,7 +24,8 @@ class record_t {
     fields_.push_back({name, {text}, std::move(json)});
   }
 
-  // A field of the JSON object alone.
+  // A field of the JSON object alone. Records in it are to be moved here: libstdc++ 12 crashes when
+  // memory runs out while a variant with containers is copied.
   void add_json(const std::string& name, value_t json) {
     fields_.push_back({name, {}, std::move(json)});
   }

@@ -12,6 +12,7 @@
 #include <list>
 #include <memory>
 #include <regex>
+#include <utility>
 
 #include <pkider/pkcs12_helper.h>
 #include <pkider/platform.h>
@@ -150,7 +151,7 @@ void show(const reading_t& reading) {
     }
   }
   record_t head = head_of(file, opened.container);
-  head.add_json("bags", bags);
+  head.add_json("bags", std::move(bags));
   print(head);
 }
 
@@ -171,10 +172,10 @@ void show_structure(const std::string& file) {
       bag_record.add("bag", bag.malformed ? "malformed" : bag_kind(bag.type));
       bag_record.add("protection", shrouded.empty() ? part.text : "encrypted, " + shrouded);
     }
-    record.add_json("bags", bags);
+    record.add_json("bags", std::move(bags));
   }
   record_t head = head_of(file, container);
-  head.add_json("parts", parts);
+  head.add_json("parts", std::move(parts));
   print(head);
 }
 

@@ -1,0 +1,111 @@
+#!/usr/bin/env python3
+"""edges_test.py COMMAND FAULTS EXAMPLES: the command with each allocation, write or change of a file
+failing, or interrupted there, by the preloaded library FAULTS.
+
+Prints what went wrong: what a run may do depends on the fault alone, never on where it came.
+"""
+
+import os
+import resource
+import signal
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+COMMAND, FAULTS, EXAMPLES = sys.argv[1:]
+failures = []
+scratch = tempfile.TemporaryDirectory()
+QUICK, PASSWORD = f"{scratch.name}/quick.p12", ["--password-file", f"{scratch.name}/password"]
+
+
+def run(arguments, kind, number, **settings):
+    return subprocess.run([COMMAND, *arguments], text=True, check=False,
+                          env=os.environ | {"FAULT": f"{kind} {number}", "LD_PRELOAD": FAULTS},
+                          **({"capture_output": True} | settings))
+
+
+def expect(holds, *what):
+    if not holds:
+        failures.append(" ".join(map(str, what)))
+
+
+def fail_allocations(arguments, step):
+    """Every `step`-th. Before main the program ends as the exception ends it; then with a message."""
+    whole = run(arguments, "none", 0)
+    expect(whole.returncode == 0, arguments, whole)
+    running, number, done = False, 0, None
+    while number == 0 or "no fault" not in done.stderr:
+        done = run(arguments, "memory", number)
+        if done.returncode == -signal.SIGABRT:
+            expect(not running and "std::bad_alloc" in done.stderr, arguments, number, done)
+        elif done.returncode == 0:
+            expect(done.stdout == whole.stdout, arguments, number, done)
+        else:
+            running = True
+            expect(done.returncode == 1 and done.stderr.startswith("pkider: "), arguments, number,
+                   done)
+        number += step
+    expect(running, arguments, "no allocation failed")
+
+
+def make_quick_container():
+    """The sample's key and certificate with one round of key derivation."""
+    Path(scratch.name, "password").write_text("pkider-sample\n", encoding="ascii")
+    made = Path(scratch.name, "made")
+    run(["p12", "extract", f"{EXAMPLES}/sample.p12", "--out", str(made), *PASSWORD], "none", 0)
+    run(["p12", "create", "--key", str(made / "key-1.pem"), "--cert", str(made / "cert-1.pem"),
+         "--name", "x", "--out", QUICK, "--iterations", "1", *PASSWORD], "none", 0)
+
+
+def change_files():
+    """Files are what they were or what they are to be; a command that goes on leaves no others."""
+    with tempfile.TemporaryDirectory() as directory:
+        folder = Path(directory, "out")
+        arguments = ["p12", "extract", QUICK, "--overwrite", "--out", str(folder), *PASSWORD]
+        whole = run(arguments, "none", 0)
+        expect(whole.returncode == 0, whole)
+        new = {file.name: file.read_bytes() for file in folder.iterdir()}
+        expect(len(new) == 2, new)
+        for kind, status in [("full", 1), ("SIGTERM", -signal.SIGTERM), ("SIGKILL", -signal.SIGKILL)]:
+            number, done = 0, None
+            while number == 0 or "no fault" not in done.stderr:
+                for file in folder.iterdir():
+                    file.unlink()
+                for name in new:
+                    (folder / name).write_bytes(b"old")
+                done = run(arguments, kind, number)
+                found = {file.name: file.read_bytes() for file in folder.iterdir()}
+                whole = all(found.get(name) in (b"old", new[name]) for name in new)
+                strays = [] if kind == "SIGKILL" else sorted(set(found) - set(new))
+                expect(done.returncode in (0, status) and whole and not strays, kind, number, done,
+                       strays, found)
+                expect(done.returncode != 0 or found == new, kind, number, "not written")
+                number += 1
+            expect(number > 8, kind, "only", number, "calls")
+
+        def limit():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100))
+        for name in new:
+            (folder / name).write_bytes(b"old")
+        run(arguments, "none", 0, preexec_fn=limit)
+        expect({file.name: file.read_bytes() for file in folder.iterdir()} ==
+               dict.fromkeys(new, b"old"), "over the limit of file sizes")
+
+
+def fill_output():
+    with open("/dev/full", "w", encoding="ascii") as full:
+        for arguments in (["dn", "CN=x"], ["cert", f"{EXAMPLES}/certificate.der"], ["--version"]):
+            done = run(arguments, "none", 0, capture_output=False, stdout=full,
+                       stderr=subprocess.PIPE)
+            expect(done.returncode == 1 and done.stderr.startswith("pkider: "), arguments, done)
+
+
+fail_allocations(["dn", "CN=x"], 37)
+fail_allocations(["cert", f"{EXAMPLES}/certificate.der"], 37)
+make_quick_container()
+fail_allocations(["p12", "show", QUICK, *PASSWORD], 41)
+change_files()
+fill_output()
+print("\n".join(failures))
+sys.exit(bool(failures))
