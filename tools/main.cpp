@@ -1,8 +1,12 @@
 // pkider: names, object identifiers, certificates and key containers on the command line.
 
+#include <gcrypt.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <clocale>
+#include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <new>
@@ -110,9 +114,16 @@ int run(int argc, char** argv) {
   return 0;
 }
 
+// Instead of an abort, which is how libgcrypt ends where it finds no memory.
+void end_without_memory(void*, int, const char* text) {
+  std::fprintf(stderr, "pkider: %s\n", text);
+  _exit(status_bad_input);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  gcry_set_fatalerror_handler(end_without_memory, nullptr);
   static_cast<void>(std::setlocale(LC_CTYPE, "C.UTF-8"));  // for printable()
   std::cout.exceptions(std::ios::badbit);
   int status = status_bad_input;

@@ -2,10 +2,8 @@
 
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 #include <system_error>
@@ -26,12 +24,6 @@ struct stack_wiper_t {
   ~stack_wiper_t() { wipe_used_stack(); }
 };
 
-// Instead of an abort, which is how libgcrypt ends where it finds no memory.
-void end_without_memory(void*, int, const char* text) {
-  std::fprintf(stderr, "pkider: %s\n", text);
-  _exit(1);
-}
-
 }  // namespace
 
 void protect_secrets(bool may_be_swapped) {
@@ -46,7 +38,6 @@ void protect_secrets(bool may_be_swapped) {
   if (gcry_check_version(GCRYPT_VERSION) == nullptr) {
     throw std::runtime_error("libgcrypt is older than " GCRYPT_VERSION);
   }
-  gcry_set_fatalerror_handler(end_without_memory, nullptr);
   gcry_control(GCRYCTL_SUSPEND_SECMEM_WARN);
   const bool locked = gcry_control(GCRYCTL_INIT_SECMEM, pool_size) == 0;
   if (!locked && !may_be_swapped) {
