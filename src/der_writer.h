@@ -49,6 +49,63 @@ inline integer_octets_t integer_octets_(unsigned value) {
 
 namespace asn1 {
 
+// ---- Where parts are written: a place takes octets and gives the place after them ----
+
+// Memory that has room for all.
+inline unsigned char* put(unsigned char* p, const unsigned char* octets, unsigned count) {
+  if (count != 0) {
+    std::memcpy(p, octets, count);
+  }
+  return p + count;
+}
+inline unsigned char* put_header(unsigned char* p, unsigned char identifier,
+                                 std::uint64_t content) {
+  return asn_put_header_(identifier, static_cast<unsigned>(content), p);
+}
+
+// The end of a string that has room reserved for all. A string cannot grow without zeroes where the
+// parts will be: they are put there little by little, while the processor's cache holds them, and
+// not where many octets follow at once.
+struct string_end_t {
+  std::string* s;
+  unsigned char* next;
+  std::size_t zeroes;  // from `next` to the end of the string
+};
+
+constexpr unsigned few_octets = 256;
+
+inline string_end_t end_of(std::string& s) {
+  return {&s, reinterpret_cast<unsigned char*>(s.data()) + s.size(), 0};
+}
+// What was not needed of the string's zeroes goes.
+inline void trim(string_end_t p) {
+  p.s->resize(p.s->size() - p.zeroes);
+}
+inline string_end_t make_zeroes(string_end_t p) {
+  trim(p);
+  const std::size_t size = p.s->size();
+  p.s->resize(std::min(p.s->capacity(), size + few_octets));
+  return {p.s, p.next, p.s->size() - size};
+}
+inline string_end_t put(string_end_t p, const unsigned char* octets, unsigned count) {
+  if (count > few_octets) {
+    trim(p);
+    p.s->append(reinterpret_cast<const char*>(octets), count);
+    return end_of(*p.s);
+  }
+  if (p.zeroes < count) {
+    p = make_zeroes(p);
+  }
+  return {p.s, put(p.next, octets, count), p.zeroes - count};
+}
+inline string_end_t put_header(string_end_t p, unsigned char identifier, std::uint64_t content) {
+  const unsigned size = asn_header_size_(content);
+  if (p.zeroes < size) {
+    p = make_zeroes(p);
+  }
+  return {p.s, put_header(p.next, identifier, content), p.zeroes - size};
+}
+
 // ---- Parts ----
 
 // Complete elements, as they are.
@@ -56,12 +113,29 @@ class encoded_t {
  public:
   explicit encoded_t(const blob_t& elements) : elements_(elements) {}
   std::uint64_t size() const { return elements_.size; }
-  unsigned char* write(unsigned char* p) const {
-    return std::copy_n(elements_.data, elements_.size, p);
+  template <class Place>
+  Place write(Place p) const {
+    return put(p, elements_.data, elements_.size);
   }
 
  private:
   blob_t elements_;
+};
+
+// An identifier and a length alone.
+class header_t {
+ public:
+  header_t(unsigned char identifier, std::uint64_t content)
+      : identifier_(identifier), content_(content) {}
+  std::uint64_t size() const { return asn_header_size_(content_); }
+  template <class Place>
+  Place write(Place p) const {
+    return put_header(p, identifier_, content_);
+  }
+
+ private:
+  unsigned char identifier_;
+  std::uint64_t content_;
 };
 
 // An element of octets.
@@ -70,9 +144,9 @@ class primitive_t {
   primitive_t(unsigned char identifier, const blob_t& octets)
       : identifier_(identifier), octets_(octets) {}
   std::uint64_t size() const { return asn_header_size_(octets_.size) + encoded_t(octets_).size(); }
-  unsigned char* write(unsigned char* p) const {
-    p = asn_put_header_(identifier_, octets_.size, p);
-    return std::copy_n(octets_.data, octets_.size, p);
+  template <class Place>
+  Place write(Place p) const {
+    return put(put_header(p, identifier_, octets_.size), octets_.data, octets_.size);
   }
 
  private:
@@ -85,10 +159,9 @@ class oid_t {
  public:
   explicit oid_t(const unsigned char (&octets)[N]) : octets_(octets) {}
   std::uint64_t size() const { return asn_header_size_(N) + N; }
-  unsigned char* write(unsigned char* p) const {
-    p = asn_put_header_(asn_tag_t::OID, N, p);
-    std::memcpy(p, octets_, N);
-    return p + N;
+  template <class Place>
+  Place write(Place p) const {
+    return put(put_header(p, asn_tag_t::OID, N), octets_, N);
   }
 
  private:
@@ -99,9 +172,9 @@ class integer_t {
  public:
   explicit integer_t(unsigned value) : content_(integer_octets_(value)) {}
   std::uint64_t size() const { return asn_header_size_(content_.size) + content_.size; }
-  unsigned char* write(unsigned char* p) const {
-    p = asn_put_header_(asn_tag_t::INTEGER, content_.size, p);
-    return std::copy_n(content_.octets, content_.size, p);
+  template <class Place>
+  Place write(Place p) const {
+    return put(put_header(p, asn_tag_t::INTEGER, content_.size), content_.octets, content_.size);
   }
 
  private:
@@ -115,7 +188,8 @@ class parts_t {
   explicit parts_t(const Parts&... parts)
       : size_((std::uint64_t{0} + ... + parts.size())), parts_(parts...) {}
   std::uint64_t size() const { return size_; }
-  unsigned char* write(unsigned char* p) const {
+  template <class Place>
+  Place write(Place p) const {
     std::apply([&p](const auto&... part) { ((p = part.write(p)), ...); }, parts_);
     return p;
   }
@@ -132,8 +206,9 @@ class element_t {
   explicit element_t(const Parts&... parts)
       : content_((std::uint64_t{0} + ... + parts.size())), parts_(parts...) {}
   std::uint64_t size() const { return asn_header_size_(content_) + content_; }
-  unsigned char* write(unsigned char* p) const {
-    p = asn_put_header_(identifier, static_cast<unsigned>(content_), p);
+  template <class Place>
+  Place write(Place p) const {
+    p = put_header(p, identifier, content_);
     std::apply([&p](const auto&... part) { ((p = part.write(p)), ...); }, parts_);
     return p;
   }
@@ -152,7 +227,8 @@ class optional_t {
     const auto sum = [](const auto&... part) { return (std::uint64_t{0} + ... + part.size()); };
     return present_ ? std::apply(sum, parts_) : 0;
   }
-  unsigned char* write(unsigned char* p) const {
+  template <class Place>
+  Place write(Place p) const {
     if (present_) {
       std::apply([&p](const auto&... part) { ((p = part.write(p)), ...); }, parts_);
     }
@@ -175,7 +251,8 @@ class list_t {
     }
   }
   std::uint64_t size() const { return size_; }
-  unsigned char* write(unsigned char* p) const {
+  template <class Place>
+  Place write(Place p) const {
     for (const auto& member : list_) {
       p = to_part_(member).write(p);
     }
@@ -244,13 +321,6 @@ inline blob_t view(std::string_view s) {
 
 // ---- Writing ----
 
-// Identifier and length alone.
-inline std::string header_of(unsigned char identifier, std::uint64_t content) {
-  unsigned char octets[6];
-  unsigned char* end = asn_put_header_(identifier, size32_(content), octets);
-  return std::string(octets, end);
-}
-
 // Appends to an element under construction, whose buffer grows at most once.
 template <unsigned N, class Part>
 void append(asn_tag_t_<N>& parent, const Part& part) {
@@ -273,6 +343,17 @@ void append_one_of_many(asn_tag_t_<N>& parent, const Part& part) {
 template <class Part>
 void append(std::string& out, const Part& part) {
   part.write(reinterpret_cast<unsigned char*>(grow_string_(out, size32_(part.size()))));
+}
+
+// The same for a part of any size, without zeroes in all its memory before its octets.
+template <class Part>
+void append_large(std::string& out, const Part& part) {
+  if (part.size() < 4096) {
+    append(out, part);
+    return;
+  }
+  reserve_string_(out, size32_(part.size()));
+  trim(part.write(end_of(out)));
 }
 
 // Replaces a string, which may hold what the part shows.

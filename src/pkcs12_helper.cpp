@@ -432,29 +432,32 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
   if (has_encrypted) {
     encrypt(in.encrypted_bags, crypto, ciphertext);
   }
+  // AuthenticatedSafe ::= SEQUENCE OF ContentInfo
   const auto safes = octet_string(sequence(
       optional(has_plain,
                content_info(g_oid_pkcs7_id_data, octet_string(safe_contents(in.plain_bags)))),
       optional(has_encrypted,
                content_info(g_oid_pkcs7_id_encrypted_data, encrypted_data(ciphertext)))));
-  const auto before_mac = parts_t(integer(3), content_info(g_oid_pkcs7_id_data, safes));
+  const auto version = integer(3);
+  const auto auth_safe = content_info(g_oid_pkcs7_id_data, safes);
 
-  // The MAC is computed over the safes as they stand here, and the header before them tells its
-  // size, too: the header is written for a usual one and again when the MAC is there.
+  // The MAC is computed over the safes where they stand, and its size is in the header before them:
+  // this is written for a usual MAC first, and for the real one at the end.
   constexpr unsigned usual_mac = 128;
-  const std::string header = header_of(asn_tag_t::SEQUENCE, before_mac.size() + usual_mac);
-  secret_string_t_ der;
-  der.reserve(header.size() + before_mac.size() + 2 * usual_mac);
-  der.text = header;
-  append(der.text, before_mac);
+  const std::uint64_t before_mac = version.size() + auth_safe.size();
+  const header_t expected(asn_tag_t::SEQUENCE, before_mac + usual_mac);
+  secret_string_t_ der(expected.size() + before_mac + 2 * usual_mac);
+  append_large(der.text, parts_t(expected, version, auth_safe));
   const auto* end = reinterpret_cast<const unsigned char*>(der.text.data()) + der.text.size();
-  const unsigned size = size32_(safes.size());
+  const auto safes_size = static_cast<unsigned>(safes.size());
   pkcs12_mac_t computed;
-  const bool has_mac = crypto->compute_mac(end - size, size, computed);
+  const bool has_mac = crypto->compute_mac(end - safes_size, safes_size, computed);
   const auto mac = mac_data(has_mac ? computed : in.mac);  // Q55
-  der.reserve(mac.size() + 4);
+
+  std::string header;
+  append(header, header_t(asn_tag_t::SEQUENCE, size32_(before_mac + mac.size())));
+  der.reserve(mac.size() + header.size());
   append(der.text, mac);
-  der.text.replace(0, header.size(),
-                   header_of(asn_tag_t::SEQUENCE, before_mac.size() + mac.size()));
+  der.text.replace(0, expected.size(), header);
   out = der.take();
 }

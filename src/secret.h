@@ -30,20 +30,22 @@ class secret_tag_t_ : public asn_tag_t_<0> {
 // A string that is wiped at its end, unless it was taken.
 class secret_string_t_ {
  public:
-  secret_string_t_() = default;
+  explicit secret_string_t_(std::uint64_t room) { reserve_string_(text, room); }
   secret_string_t_(const secret_string_t_&) = delete;
   secret_string_t_& operator=(const secret_string_t_&) = delete;
-  ~secret_string_t_() { wipe_string_(text); }
+  ~secret_string_t_() {
+    if (!text.empty()) {
+      wipe_string_(text);
+    }
+  }
 
   // Makes room for `count` more bytes; the memory outgrown is wiped.
   void reserve(std::uint64_t count) {
-    if (count <= text.capacity() - text.size()) {
-      return;
+    if (count > text.capacity() - text.size()) {
+      secret_string_t_ grown(text.size() + count);
+      grown.text = text;
+      text.swap(grown.text);
     }
-    secret_string_t_ grown;
-    reserve_string_(grown.text, text.size() + count);
-    grown.text.append(text);
-    text.swap(grown.text);
   }
 
   std::string take() { return std::move(text); }
