@@ -446,7 +446,8 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
   constexpr unsigned usual_mac = 128;
   const std::uint64_t before_mac = version.size() + auth_safe.size();
   const header_t expected(asn_tag_t::SEQUENCE, before_mac + usual_mac);
-  secret_string_t_ der(expected.size() + before_mac + 2 * usual_mac);
+  const auto header_size = static_cast<unsigned>(expected.size());
+  secret_string_t_ der(header_size + before_mac + 2 * usual_mac);
   append_large(der.text, parts_t(expected, version, auth_safe));
   const auto* end = reinterpret_cast<const unsigned char*>(der.text.data()) + der.text.size();
   const auto safes_size = static_cast<unsigned>(safes.size());
@@ -458,6 +459,6 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
   append(header, header_t(asn_tag_t::SEQUENCE, size32_(before_mac + mac.size())));
   der.reserve(mac.size() + header.size());
   append(der.text, mac);
-  der.text.replace(0, expected.size(), header);
+  der.text.replace(0, header_size, header);
   out = der.take();
 }
