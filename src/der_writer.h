@@ -348,7 +348,8 @@ void append(std::string& out, const Part& part) {
 // The same for a part of any size, without zeroes in all its memory before its octets.
 template <class Part>
 void append_large(std::string& out, const Part& part) {
-  if (part.size() < 4096) {
+  constexpr unsigned cached = 1U << 20;  // zeroes that stay in the cache cost less than steps
+  if (part.size() < cached) {
     append(out, part);
     return;
   }
