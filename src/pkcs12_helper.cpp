@@ -443,7 +443,7 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
 
   // The MAC is computed over the safes where they stand, and its size is in the header before them:
   // this is written for a usual MAC first, and for the real one at the end.
-  constexpr unsigned usual_mac = 128;
+  constexpr std::uint64_t usual_mac = 128;
   const std::uint64_t before_mac = version.size() + auth_safe.size();
   const header_t expected(asn_tag_t::SEQUENCE, before_mac + usual_mac);
   const auto header_size = static_cast<unsigned>(expected.size());
