@@ -15,11 +15,6 @@ endforeach()
 # Sanitizers check more than _FORTIFY_SOURCE does, and do not know its entry points.
 if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize" AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
-  # What is read by mistake is nothing of value.
-  check_cxx_compiler_flag(-ftrivial-auto-var-init=zero HAVE_auto_var_init)
-  if(HAVE_auto_var_init)
-    add_compile_options(-ftrivial-auto-var-init=zero)
-  endif()
 endif()
 foreach(flag -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
   string(MAKE_C_IDENTIFIER "HAVE${flag}" have)

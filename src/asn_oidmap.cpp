@@ -98,7 +98,7 @@ static char* put_number(char* at, unsigned value) {
 
 bool oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::string& text) {
   constexpr int two_arcs = 22;
-  __attribute__((uninitialized)) char chunk[128];
+  char chunk[128];
   char* const chunk_end = chunk + sizeof chunk;
   char* tail = chunk;
   const auto flush = [&] {

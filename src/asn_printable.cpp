@@ -601,7 +601,7 @@ bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map)
   asn_tag_t_<1024> name(asn_tag_t::SEQUENCE);
   asn_tag_t_<512> rdn(asn_tag_t::SET);
   std::string scratch;
-  __attribute__((uninitialized)) unsigned char dotted[512];  // zeros take a tenth of the time
+  unsigned char dotted[512];
   for (dn_splitter_t splitter(dn); splitter.more();) {
     RDNdescr_t attribute;
     dn_value_t value;

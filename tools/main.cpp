@@ -116,7 +116,7 @@ int run(int argc, char** argv) {
 
 // Instead of an abort, which is how libgcrypt ends where it finds no memory.
 void end_without_memory(void*, int, const char* text) {
-  std::fprintf(stderr, "pkider: %s\n", text);
+  static_cast<void>(std::fprintf(stderr, "pkider: %s\n", text));
   _exit(status_bad_input);
 }
 

@@ -51,6 +51,7 @@ void escape_bytes(std::string& out, std::string_view unit, wchar_t) {
 // Above FFFF in two halves (RFC 8259, 7).
 void escape_for_json(std::string& out, std::string_view, wchar_t c) {
   constexpr unsigned first_high = 0x10000;
+  // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wide one, never negative
   const auto code = static_cast<unsigned>(c);
   const auto add = [&out](unsigned half) {
     const unsigned char octets[] = {static_cast<unsigned char>(half >> 8),

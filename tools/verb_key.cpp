@@ -25,7 +25,7 @@ struct showing_t {
 void show(const showing_t& showing) {
   deriver_t deriver(showing.round_limit, terminal_progress());
   if (showing.reveal) {
-    std::setvbuf(stdout, nullptr, _IONBF, 0);  // it would keep the digits
+    static_cast<void>(std::setvbuf(stdout, nullptr, _IONBF, 0));  // it would keep the digits
   }
   for (const key_file_t& key : open_key_file(showing.file, showing.password, deriver)) {
     record_t record;
