@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Exchanges keys, certificates and containers with certtool and, where it has GOST, openssl.
 
-partner_test.py COMMAND
+partner_test.py COMMAND TESTS
 """
 
 import concurrent.futures
@@ -14,19 +14,17 @@ import sys
 import tempfile
 from pathlib import Path
 
-PKIDER = sys.argv[1]
+PKIDER, TESTS = sys.argv[1:]
 PASSWORD = "пароль sample"
-GOST = "--pkcs-cipher gost28147-cpa --hash gostr341194"
-# Each kind of key, and its parameters and algorithms in a certificate.
-KINDS = {
-    "gost12-512": ["GOST R 34.10-2012 512", "1.2.643.7.1.2.1.2.1", "1.2.643.7.1.1.2.3",
-                   "GOST R 34.11-2012/34.10-2012 512"],
-    "gost12-256": ["GOST R 34.10-2012 256", "1.2.643.2.2.35.1", "1.2.643.7.1.1.2.2",
-                   "GOST R 34.11-2012/34.10-2012 256"],
-    "gost01": ["GOST R 34.10-2001", "1.2.643.2.2.35.1", "1.2.643.2.2.30.1", "GOST R 34.11/34.10-2001"]}
+HAS_GOST = subprocess.run(["openssl", "engine", "gost"], capture_output=True).returncode == 0
 TEMPLATE = """cn = "Имя {}"\norganization = "{}"\nserial = 1\nexpiration_days = -1\nsigning_key\n"""
 ENV = {"PASSWORD": PASSWORD, "WRONG": "wrong", "EMPTY": "", "GOST_PBE_HMAC": "md_gost94", **os.environ,
        "LC_ALL": "C.UTF-8"}
+ROWS = {}  # operation -> the other fields of its rows
+for row in Path(TESTS, "data/partners.txt").read_text().splitlines():
+    if row and row[0] != "#":
+        operation, *columns = row.split("|")
+        ROWS.setdefault(operation, []).append(columns)
 
 
 def run(*args, status=0, err="", cwd=None):
@@ -47,7 +45,18 @@ def check(what, condition):
         raise AssertionError(what)
 
 
-def exchange(kind, at):
+def der(text):
+    """Bytes from hex, tag(content) for an element."""
+    text = text.replace(" ", "")
+    while element := re.search(r"(..)\(([^()]*)\)", text):
+        size = len(element[2]) // 2
+        octets = f"{size:X}".zfill(2 if size < 256 else 4 if size < 65536 else 6)
+        length = octets if size < 128 else f"8{len(octets) // 2}" + octets
+        text = text[:element.start()] + element[1] + length + element[2] + text[element.end():]
+    return bytes.fromhex(text)
+
+
+def exchange(kind, algorithms, at):
     """One kind of key, both ways. The certificates take more than 1,024 bytes, where GOST 28147-89
     changes its key."""
     def certtool(line, password=PASSWORD, **kw):
@@ -62,7 +71,7 @@ def exchange(kind, at):
         certtool(f"--generate-self-signed --load-privkey {name} --no-text --template template "
                  f"--outfile {name}.crt")
     shown = run(PKIDER, "cert", "key.crt", cwd=at)
-    check("certificate", "CN=Имя key\n" in shown and KINDS[kind] == re.findall(
+    check("certificate", "CN=Имя key\n" in shown and algorithms.split(";") == re.findall(
         r"^(?:public key|key parameters|digest parameters|signature): *(.*?)(?: \(.*)?$", shown, re.M))
     key, cert, other = ((at / name).read_text() for name in ["key", "key.crt", "other.crt"])
     dump = run("certtool", "-k", "--infile", "key", cwd=at)
@@ -78,12 +87,14 @@ def exchange(kind, at):
     if kind == "gost12-256":
         (at / "both.crt").write_text(cert + other)
         certtool("--to-p12 --load-privkey key --load-certificate both.crt --p12-name Имя --outder "
-                 f"--outfile their.p12 {GOST}")
+                 "--outfile their.p12 --pkcs-cipher gost28147-tc26z --hash streebog-256")
         pkider("p12 extract their.p12 --out out --max-iterations 2400000")
         names = ["key-1.pem", "cert-1.pem", "cert-2.pem"]
         check("extracted", [key, cert, other] == [(at / "out" / name).read_text() for name in names])
-        certtool(f"--to-p8 --load-privkey key --outfile their.p8 {GOST}")
+        certtool("--to-p8 --load-privkey key --outfile their.p8 --pkcs-cipher gost28147-cpa "
+                 "--hash gostr341194")
         check("their PKCS#8", revealed in pkider("key show their.p8 --reveal"))
+        key_forms(at, bytes.fromhex(octets))
 
     # pkider to certtool
     create = "p12 create --name Имя --iterations 2001 --cert other.crt key.crt --key key --out"
@@ -101,7 +112,7 @@ def exchange(kind, at):
     check("encrypted key of ours", "sha1:" + key_id.lower() in opened)
 
     # openssl
-    if subprocess.run(["openssl", "engine", "gost"], capture_output=True).returncode == 0:
+    if HAS_GOST:
         openssl = "openssl pkcs12 -engine gost -passin env:PASSWORD"
         run(*f"{openssl} -in our.p12 -nodes -out theirs".split(), cwd=at)
         check("openssl's view", set(pem((at / "theirs").read_text(), "CERTIFICATE")) == {cert, other})
@@ -114,25 +125,11 @@ def exchange(kind, at):
     (at / "mixed").mkdir()
     (at / "mixed/cert-3.pem").touch()
     (at / "link").symlink_to("our.p12")
-    for content, err in [(b"\xEF\xBB\xBFp", "byte order mark"), (b"p\0w\0", "is no text in UTF-8"),
-                         (b"p" * 2000, "too long for a password")]:
-        (at / "file").write_bytes(content)
-        run(PKIDER, *"p12 show our.p12 --password-file file".split(), status=1, err="file: ", cwd=at)
-        run(PKIDER, *"p12 show our.p12 --password-file file".split(), status=1, err=err, cwd=at)
-    for line, status, env, err in [
-            ("p12 show key.crt", 1, "PASSWORD", "key.crt: not a PKCS#12 file"),
-            ("p12 show our.p12 --max-iterations 4001", 1, "PASSWORD", "--max-iterations"),
-            ("p12 show our.p12", 1, "WRONG", "our.p12: wrong password"),
-            ("key show shut/key-1.pem", 1, "WRONG", "wrong password"),
-            (create + " our.p12", 1, "PASSWORD", "exists already"),
-            (create + " new.p12 --iterations 2048", 2, "PASSWORD", "zero byte"),
-            ("p12 extract our.p12 --out shut", 1, "PASSWORD", "exists already"),
-            ("p12 extract our.p12 --out mixed", 1, "PASSWORD", "mixed/cert-3.pem: is left from another"),
-            (create + " link --overwrite", 1, "PASSWORD", "link: is no regular file"),
-            (create + " new.p12", 1, "EMPTY", "EMPTY: the password is empty"),
-            ("p12 create --name x --key key --cert other.crt --out new.p12", 1, "PASSWORD",
-             "none of the certificates belongs to this key")]:
-        pkider(line, env, status=status, err=err)
+    for name, content in ("marked", b"\xEF\xBB\xBFp"), ("utf-16", b"p\0w\0"), ("long", b"p" * 2000):
+        (at / name).write_bytes(content)
+    for line, status, variable, err in ROWS["refused"]:
+        line += f" --password-env {variable}" if variable else ""
+        run(PKIDER, *line.format(create=create).split(), status=int(status), err=err, cwd=at)
     check("left over", sorted(p.name for p in at.glob("*new*")) == [])
     (at / "our.p12").chmod(0o640)
     pkider(create + " our.p12 --overwrite")
@@ -141,35 +138,6 @@ def exchange(kind, at):
     pkider(create + " native.p12 --native")
     check("native", "private key" in pkider("p12 show native.p12"))
     certtool("--p12-info --inder --infile native.p12", status=1)
-
-
-# What openssl and certtool encrypt with: a key, then their options.
-OPENSSL = [
-    *(f"{key} -iter 2048" for key in ("rsa", "pss", "dsa", "ec", "k1", "b2", "ed25519", "ed448", "gost01",
-                                      "gost256", "gost512")),
-    *(f"rsa -iter 300 -keypbe {pbe} -certpbe {pbe}" for pbe in (
-        "AES-128-CBC", "AES-192-CBC", "des-ede3-cbc", "camellia-256-cbc", "rc2-cbc", "rc2-40-cbc",
-        "PBE-SHA1-3DES", "PBE-SHA1-2DES", "PBE-SHA1-RC2-40", "PBE-SHA1-RC2-128", "PBE-SHA1-RC4-128",
-        "PBE-SHA1-RC4-40", "PBE-MD5-DES", "PBE-SHA1-DES", "NONE", "gost89")),
-    *(f"ec -iter 300 -macalg {digest}" for digest in (
-        "md5", "sha1", "sha224", "sha384", "sha512", "sha512-256", "sha3-256", "md_gost94",
-        "md_gost12_256", "md_gost12_512")),
-    "ec -nomac", "ec -noiter -nomaciter"]
-CERTTOOL = ["--pkcs-cipher 3des", "--pkcs-cipher 3des-pkcs12 --hash sha512", "--pkcs-cipher rc2-40",
-            "--pkcs-cipher arcfour", "--pkcs-cipher aes-192 --hash sha256",
-            "--pkcs-cipher gost28147-tc26z --hash streebog-256"]
-KEYS = {
-    "rsa": "RSA", "pss": "RSA-PSS", "ec": "EC -pkeyopt ec_paramgen_curve:P-384",
-    "k1": "EC -pkeyopt ec_paramgen_curve:secp256k1", "b2": "EC -pkeyopt ec_paramgen_curve:sect283k1",
-    "ed25519": "ED25519", "ed448": "ED448", "gost01": "gost2001 -pkeyopt paramset:C",
-    "gost256": "gost2012_256 -pkeyopt paramset:TCA", "gost512": "gost2012_512 -pkeyopt paramset:C"}
-ENGINE = """openssl_conf = a\n[a]\nengines = b\n[b]\ngost = c\n[c]\nengine_id = gost\ndefault_algorithms = ALL"""
-
-
-def der(tag, *content):
-    content = b"".join(content)
-    size = len(content).to_bytes(4, "big").lstrip(b"\0") or b"\0"
-    return bytes([tag]) + (size if len(content) < 128 else bytes([0x80 | len(size)]) + size) + content
 
 
 def elements(content):
@@ -186,19 +154,18 @@ def ber(content):
     out = b""
     for tag, inner in elements(content):
         if tag == 4:
-            out += b"\x24\x80" + der(4, inner[:5]) + der(4, inner[5:]) + b"\0\0"
+            out += der(f"2480 04({inner[:5].hex()}) 04({inner[5:].hex()}) 0000")
         else:
-            out += bytes([tag, 0x80]) + ber(inner) + b"\0\0" if tag & 0x20 else der(tag, inner)
+            out += bytes([tag, 0x80]) + ber(inner) + b"\0\0" if tag & 0x20 else der(f"{tag:02X}({inner.hex()})")
     return out
 
 
 def open_foreign(at):
     """Containers in the schemes of other programs: what comes out equals what went in."""
-    gost = subprocess.run(["openssl", "engine", "gost"], capture_output=True).returncode == 0
-    (at / "cnf").write_text(ENGINE if gost else "")
+    settings = f"{TESTS}/containers/gost.cnf" if HAS_GOST else "/dev/null"
 
     def shell(line, **kw):
-        return run("sh", "-ec", "export OPENSSL_CONF=cnf\n" + line, cwd=at, **kw)
+        return run("sh", "-ec", f"export OPENSSL_CONF={settings}\n" + line, cwd=at, **kw)
 
     def extract(file, key, err=""):
         done = shell(f"rm -rf out; {PKIDER} p12 extract {file} --out out --password-env "
@@ -212,16 +179,16 @@ def open_foreign(at):
                 cmp x y""")
 
     shell("openssl dsaparam -genkey 1024 | openssl pkey -out dsa.key" + "".join(
-        f"\nopenssl genpkey -algorithm {kind} -out {name}.key" for name, kind in KEYS.items()
-        if gost or "gost" not in kind))
+        f"\nopenssl genpkey -algorithm {kind} -out {name}.key" for name, kind in ROWS["key"]
+        if HAS_GOST or "gost" not in kind))
     for key in at.glob("*.key"):
         # The extension lists a PRF of GOST, as S/MIME capabilities do.
         shell(f"openssl req -new -x509 -key {key.name} -subj /CN={key.stem} -out {key.stem}.crt -addext "
               "1.2.840.113549.1.9.15=DER:300A300806062A850302020A")
-    for row in OPENSSL:
-        key, options = row.split(" ", 1)
-        if gost or "gost" not in row:
-            old = "-provider default -provider legacy" if "pbe" in row and "gost" not in row else ""
+    for key, options in ROWS["openssl"]:
+        gost = "gost" in key + options
+        if HAS_GOST or not gost:
+            old = "-provider default -provider legacy" if "pbe" in options and not gost else ""
             shell(f"openssl pkcs12 -export -inkey {key}.key -in {key}.crt -passout env:PASSWORD -out x.p12 "
                   f"-name x {old} {options}")
             extract("x.p12", key)
@@ -233,33 +200,26 @@ def open_foreign(at):
     extract("cut.p12", "ec", "cut.p12: not a PKCS#12 file, but cut off after")
     extract("changed.p12", "ec", "changed.p12: a PKCS#12 file, but malformed")
     extract("ber.p12", "ec")
-    for options in CERTTOOL:
+    for [options] in ROWS["certtool"]:
         shell(f"certtool --to-p12 --load-privkey ec.key --load-certificate ec.crt --p12-name x --outder "
               f"--outfile x.p12 --password '{PASSWORD}' {options}")
         extract("x.p12", "ec")
     # PBMAC1, which openssl does not write yet.
     shell("openssl pkcs12 -export -inkey ec.key -in ec.crt -passout env:PASSWORD -out x.p12 -name x -nomac")
-    version, info = elements(next(elements((at / "x.p12").read_bytes()))[1])
-    safe = next(elements(list(elements(info[1]))[1][1]))[1]
+    content = next(elements((at / "x.p12").read_bytes()))[1]
+    safe = content[26:]  # after the version and the headers around it
     key = hashlib.pbkdf2_hmac("sha256", PASSWORD.encode(), b"12345678", 300, 32)
-    hmacs = [der(0x30, der(6, bytes.fromhex(f"2A864886F70D02{number}")), b"\5\0") for number in ("09", "0B")]
-    kdf = der(0x30, der(6, bytes.fromhex("2A864886F70D01050C")),
-              der(0x30, der(4, b"12345678"), b"\2\2\1\x2C\2\1\x20", hmacs[0]))
-    mac = der(0x30, der(6, bytes.fromhex("2A864886F70D01050E")), der(0x30, kdf, hmacs[1]))
-    mac = der(0x30, der(0x30, mac, der(4, hmac.digest(key, safe, "sha512"))), der(4, b"unused"))
-    (at / "x.p12").write_bytes(der(0x30, der(*version), der(*info), mac))
+    [[mac]] = ROWS["pbmac1"]
+    mac = mac.format(digest=hmac.digest(key, safe, "sha512").hex())
+    (at / "x.p12").write_bytes(der(f"30({content.hex()} {mac})"))
     extract("x.p12", "ec")
     extract("x.p12", "ec", "x.p12: wrong password")
-    # Other bags are told of: a CRL and a secret in a container without a MAC.
-    crl, secret = (der(0x30, der(6, bytes.fromhex("2A864886F70D010C0A01") + bytes([kind])),
-                       der(0xA0, der(0x30, der(6, b"\x2A\x03"), der(0xA0, der(4, b"x")))))
-                   for kind in (4, 5))
-    data = der(6, bytes.fromhex("2A864886F70D010701"))
-    safe = der(0x30, der(0x30, data, der(0xA0, der(4, der(0x30, crl, secret)))))
-    (at / "x.p12").write_bytes(der(0x30, b"\2\1\3", der(0x30, data, der(0xA0, der(4, safe)))))
+    # Other bags are told of.
+    [[container, told]] = ROWS["bags"]
+    (at / "x.p12").write_bytes(der(container))
     extract("x.p12", "ec", "x.p12: left out a certificate revocation list")
     bags = re.findall("bag: *(.*)", shell(f"{PKIDER} p12 show x.p12 --password-env PASSWORD"))
-    check("other bags", bags == ["certificate revocation list", "secret"])
+    check("other bags", bags == told.split(";"))
     # Keys are compared with all certificates.
     shell("cat *.crt >all")
     for key in at.glob("*.key"):
@@ -269,39 +229,30 @@ def open_foreign(at):
           err="none of the certificates belongs to this key")
 
 
-def key_forms(at):
+def key_forms(at, octets):
     """Forms of a GOST private key: which belong to its certificate, and which are refused."""
     order = 0xFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFFF6C611070995AD10045841B09B761B893
-    run(*"certtool --generate-privkey --key-type gost12-256 --no-text --outfile key".split(), cwd=at)
-    (at / "template").write_text(TEMPLATE.format("x", "y"))
-    run(*"certtool --generate-self-signed --load-privkey key --template template --outfile crt".split(), cwd=at)
-    octets = bytes.fromhex(re.search("octets: *(.*)", run(PKIDER, "key", "show", "--reveal", "key", cwd=at))[1])
-    number, mask = int.from_bytes(octets, "little"), 0x1234567 << 200
-    masked = (number * pow(mask, -1, order) % order).to_bytes(32, "little") + mask.to_bytes(32, "little")
-    crypto_pro_a, x25519 = (der(6, bytes.fromhex(oid)) for oid in ("2A850302022301", "2B656E"))
-    digest = der(6, bytes.fromhex("2A85030701010202"))
-    for form, params, err in [
-            (octets, crypto_pro_a + digest, ""), (octets, crypto_pro_a, ""),
-            (der(4, octets), crypto_pro_a, ""), (der(2, number.to_bytes(33, "big").lstrip(b"\0") or b"\0"),
-                                                 crypto_pro_a, ""),
-            (masked, crypto_pro_a, ""), (der(4, masked), crypto_pro_a, ""),
-            (der(0x30, der(4, masked), der(4, bytes(64))), crypto_pro_a, ""),
-            (octets, x25519, "its parameter set is not one that this command computes with"),
-            (b"", crypto_pro_a, "the key is malformed"), (bytes(32), crypto_pro_a, "the key is malformed"),
-            (bytes(1 << 20), crypto_pro_a, "the key is malformed")]:
-        algorithm = der(0x30, der(6, bytes.fromhex("2A85030701010101")), der(0x30, params))
-        (at / "form").write_bytes(der(0x30, b"\2\1\0", algorithm, der(4, form)))
-        run(PKIDER, *"key match --key form --cert crt".split(), status=1 if err else 0, err=err, cwd=at)
-    big = der(2, b"\x7F" * 40000)
-    (at / "big").write_bytes(der(0x30, b"\2\1\0", bytes.fromhex("300D06092A864886F70D0101010500"),
-                                 der(4, der(0x30, b"\2\1\0", big, b"\2\1\3"))))
-    check("RSA", "319999 bits" in run(PKIDER, "key", "show", "big", cwd=at))
+    mask = 0x1234567 << 200
+    masked = int.from_bytes(octets, "little") * pow(mask, -1, order) % order
+    values = {"octets": octets, "number": octets[::-1].lstrip(b"\0"), "zeros": bytes(32),
+              "masked": masked.to_bytes(32, "little") + mask.to_bytes(32, "little"),
+              "mebibyte": bytes(1 << 20), "modulus": b"\x7F" * 40000}
+    values = {name: value.hex() for name, value in values.items()}
+    for form, params, err in ROWS["form"]:
+        key = f"30(02(00) 30(06(2A85030701010101) 30({params})) 04({form}))"
+        (at / "form").write_bytes(der(key.format(**values)))
+        run(PKIDER, *"key match --key form --cert key.crt".split(), status=1 if err else 0, err=err, cwd=at)
+    [[key, size]] = ROWS["rsa"]
+    (at / "big").write_bytes(der(key.format(**values)))
+    check("RSA", size in run(PKIDER, "key", "show", "big", cwd=at))
 
 
+check("operations of the rows", ROWS.keys() == set(
+    "kind key openssl certtool form refused bags rsa pbmac1".split()))
 with tempfile.TemporaryDirectory() as directory, \
         concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
     def start(test, *args):
         return pool.submit(test, *args, Path(tempfile.mkdtemp(dir=directory)))
-    jobs = [*(start(exchange, kind) for kind in KINDS), start(open_foreign), start(key_forms)]
+    jobs = [*(start(exchange, *row) for row in ROWS["kind"]), start(open_foreign)]
 for job in jobs:
     job.result()

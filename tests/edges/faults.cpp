@@ -16,30 +16,26 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <initializer_list>
 
 namespace {
 
-enum kind_t { none, memory, full, term, kill_now };
-
 struct fault_t {
-  kind_t kind = none;
+  char kind[16] = "none";
   unsigned long calls_left = 0;
   bool happened = false;
 } fault;
 
+bool is_kind(const char* name) {
+  return std::strcmp(fault.kind, name) == 0;
+}
+
 __attribute__((constructor)) void read_fault() {
-  static constexpr const char* names[] = {"none", "memory", "full", "SIGTERM", "SIGKILL"};
-  char name[16] = "none";
   const char* const given = std::getenv("FAULT");
-  std::sscanf(given == nullptr ? "none 0" : given, "%15s %lu", name, &fault.calls_left);
-  for (const kind_t kind : {memory, full, term, kill_now}) {
-    fault.kind = std::strcmp(name, names[kind]) == 0 ? kind : fault.kind;
-  }
+  std::sscanf(given == nullptr ? "none 0" : given, "%15s %lu", fault.kind, &fault.calls_left);
 }
 
 __attribute__((destructor)) void tell() {
-  if (fault.kind != none && !fault.happened) {
+  if (!is_kind("none") && !fault.happened) {
     dprintf(STDERR_FILENO, "no fault\n");
   }
 }
@@ -50,17 +46,17 @@ bool is_next() {
 }
 
 bool memory_fails() {
-  const bool fails = fault.kind == memory && is_next();
+  const bool fails = is_kind("memory") && is_next();
   errno = fails ? ENOMEM : errno;
   return fails;
 }
 
 bool change_fails() {
-  if (fault.kind == none || fault.kind == memory || !is_next()) {
+  if (is_kind("none") || is_kind("memory") || !is_next()) {
     return false;
   }
-  if (fault.kind != full) {
-    std::raise(fault.kind == term ? SIGTERM : SIGKILL);
+  if (!is_kind("full")) {
+    std::raise(is_kind("SIGTERM") ? SIGTERM : SIGKILL);
     return false;
   }
   errno = ENOSPC;

@@ -16,10 +16,6 @@
 
 namespace {
 
-using parse_t = decltype(oid_map_parse);
-using find_t = decltype(oid_map_find_sn);
-using release_t = decltype(oid_map_release);
-
 void expect(bool holds, const char* what) {
   if (!holds) {
     std::printf("%s\n", what);
@@ -34,17 +30,27 @@ Function* get(void* library, const char* name) {
   return found;
 }
 
-// Its C++ name, for char* and unsigned.
-parse_t* parse_of(void* library) {
-  return get<parse_t>(library, "_Z13oid_map_parsePKcj");
-}
-
+// By the C++ names, for char* and unsigned.
 void use(void* library) {
-  const auto release = get<release_t>(library, "_Z15oid_map_releaseP9OIDmaps_t");
-  const auto find = get<find_t>(library, "_Z15oid_map_find_snP9OIDmaps_tPKcj");
-  const oid_map_handle_t map = parse_of(library)("1.2.3=X", 7);
+  const auto parse = get<decltype(oid_map_parse)>(library, "_Z13oid_map_parsePKcj");
+  const auto release = get<decltype(oid_map_release)>(library, "_Z15oid_map_releaseP9OIDmaps_t");
+  const auto find = get<decltype(oid_map_find_sn)>(library, "_Z15oid_map_find_snP9OIDmaps_tPKcj");
+  const oid_map_handle_t map = parse("1.2.3=X", 7);
   expect(find(map, "x", 1) != nullptr, "x is not found");
   release(map);
+}
+
+// The status of a process that runs this.
+template <class Action>
+int status_of(const Action& action) {
+  const pid_t child = fork();
+  if (child == 0) {
+    action();
+    _exit(1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return status;
 }
 
 // All of it goes when it is unloaded, each time, its memory too.
@@ -63,18 +69,14 @@ void load_often(const char* name) {
 
 // Loaded at the start of a program, with one allocation failing: the exception ends it, or nothing.
 void load_without_memory(const char* self, const char* name, const char* faults) {
-  int status = 0;
   int ended = 0;
   for (int number = 0; number < 200; ++number) {
-    const pid_t child = fork();
-    if (child == 0) {
+    const int status = status_of([&] {
       setenv("FAULT", ("memory " + std::to_string(number)).c_str(), 1);
       setenv("LD_PRELOAD", (std::string(name) + ':' + faults).c_str(), 1);
       close(STDERR_FILENO);
       execl(self, self, static_cast<char*>(nullptr));
-      _exit(1);
-    }
-    waitpid(child, &status, 0);
+    });
     expect(WIFSIGNALED(status) ? WTERMSIG(status) == SIGABRT : WEXITSTATUS(status) == 0,
            "ends otherwise while it is loaded");
     ended += WIFSIGNALED(status) ? 1 : 0;
@@ -85,8 +87,7 @@ void load_without_memory(const char* self, const char* name, const char* faults)
 // Threads that use maps of their own do not mind that the default ones are destroyed.
 void exit_with_threads(const char* name) {
   for (int i = 0; i < 50; ++i) {
-    const pid_t child = fork();
-    if (child == 0) {
+    const int status = status_of([name] {
       void* const library = dlopen(name, RTLD_NOW);
       for (int t = 0; t < 4; ++t) {
         std::thread([library] {
@@ -97,9 +98,7 @@ void exit_with_threads(const char* name) {
       }
       use(library);
       std::exit(0);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
+    });
     expect(WIFEXITED(status) && WEXITSTATUS(status) == 0, "exit with threads");
   }
 }
