@@ -1,5 +1,5 @@
 // A second opinion on what the library answers, simple instead of fast and made without its code:
-// OIDs, map text, names and their strings, INTEGERs and the calendar. DER is made by der() of
+// OIDs, map text, names and their strings, INTEGERs and times. DER is made by der() of
 // test_util.h.
 
 #ifndef PKIDER_FUZZ_MODEL_H
@@ -7,9 +7,12 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <ctime>
 #include <fstream>
 #include <list>
 #include <optional>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -54,29 +57,22 @@ inline std::string encode_arc(std::uint32_t arc) {
 }
 
 // Empty where the text is not an OID.
-inline std::string encode_oid(std::string_view text) {
-  std::string octets;
-  std::uint64_t first = 0;
-  for (std::size_t count = 0;; ++count) {
-    const std::string_view digits = text.substr(0, text.find('.'));
-    std::uint64_t arc = 0;
-    for (const char c : digits) {
-      arc = std::min<std::uint64_t>(arc * 10 + static_cast<std::uint64_t>(c - '0'), 1ULL << 32);
-    }
-    const bool last = digits.size() == text.size();
-    if (digits.empty() || !all_of(digits, "0123456789") || arc >> 32 != 0 ||
-        (count == 0 && (arc > 2 || last))) {
-      return "";
-    }
-    if (count != 0) {
-      octets += encode_arc(static_cast<std::uint32_t>(first + arc));
-    }
-    first = count == 0 ? arc * 40 : 0;
-    if (last) {
-      return octets.size() > 506 ? "" : octets;
-    }
-    text.remove_prefix(digits.size() + 1);
+inline std::string encode_oid(const std::string& text) {
+  std::istringstream in(text + '.');
+  std::vector<std::uint32_t> arcs;
+  for (std::uint32_t arc = 0; in >> arc;) {
+    arcs.push_back(arc);
+    in.get();
   }
+  if (!all_of(text, "0123456789.") || !in.eof() || arcs.size() < 2 || arcs[0] > 2) {
+    return "";
+  }
+  arcs[1] += arcs[0] * 40;
+  std::string octets;
+  for (auto arc = arcs.begin() + 1; arc != arcs.end(); ++arc) {
+    octets += encode_arc(*arc);
+  }
+  return octets.size() > 506 ? "" : octets;
 }
 
 // What is printed before the end, or before an arc that breaks off; the numbers wrap at 32 bits.
@@ -108,36 +104,16 @@ inline std::string upper(std::string text) {
   return text;
 }
 
-// Takes all up to the first character that is, or is not, one of `set` off the front of `text`.
-inline std::string take(std::string& text, const char* set, bool while_in) {
-  const std::size_t end = while_in ? text.find_first_not_of(set) : text.find_first_of(set);
-  const std::string taken = text.substr(0, end);
-  text.erase(0, taken.size());
-  return taken;
-}
-
-inline std::list<entry_t> parse_map(std::string text) {
+inline std::list<entry_t> parse_map(const std::string& text) {
+  static const std::regex line(
+      "(?:^|[\r\n])[ \t]*([0-9.]*)[ \t]*=[ \t]*([^ \t\r\n=,]*)"
+      "[ \t]*(?:,[ \t]*([^\r\n]*))?");
   std::list<entry_t> entries;
-  while (!text.empty()) {
-    std::string line = take(text, "\r\n", false);
-    take(text, "\r\n", true);
-    const auto next_is = [&line](char c) {
-      take(line, " \t", true);
-      const bool found = !line.empty() && line[0] == c;
-      line.erase(0, found ? 1 : 0);
-      return found;
-    };
-    take(line, " \t", true);
-    const std::string dotted = take(line, "0123456789.", true);
-    const std::string oid = encode_oid(dotted);
-    if (!next_is('=') || oid.empty()) {
-      continue;
+  for (std::sregex_iterator found(text.begin(), text.end(), line), end; found != end; ++found) {
+    const std::string oid = encode_oid(found->str(1));
+    if (!oid.empty()) {
+      entries.push_back({oid, found->str(1), upper(found->str(2)), found->str(3)});
     }
-    take(line, " \t", true);
-    const std::string short_name = upper(take(line, " \t=,", false));
-    const bool named = next_is(',');
-    take(line, " \t", true);
-    entries.push_back({oid, dotted, short_name, named ? line : ""});
   }
   return entries;
 }
@@ -146,48 +122,48 @@ inline std::list<entry_t> parse_map(std::string text) {
 
 struct attribute_t {
   const char *name, *oid;
-  bool joined;  // to the one before it
   unsigned char tag;
-  std::string octets;
+  std::string octets, text;
 };
 
-inline std::string encode_name(const std::list<attribute_t>& attributes) {
-  std::string rdns, rdn;
-  for (const attribute_t& a : attributes) {
-    if (!a.joined && !rdn.empty()) {
-      rdns += der(0x31, rdn);
-      rdn.clear();
+using name_t = std::list<std::list<attribute_t>>;  // RDNs
+
+inline std::string encode_name(const name_t& name) {
+  std::string rdns;
+  for (const auto& rdn : name) {
+    std::string attributes;
+    for (const attribute_t& a : rdn) {
+      attributes += der(0x30, der(6, a.oid) + der(a.tag, a.octets));
     }
-    rdn += der(0x30, der(6, a.oid) + der(a.tag, a.octets));
+    rdns += der(0x31, attributes);
   }
-  return der(0x30, rdn.empty() ? rdns : rdns + der(0x31, rdn));
+  return der(0x30, rdns);
 }
 
-// "NAME=text", one of each attribute, with the signs between them; RDNs last first if `reverse`.
-inline std::string join_names(const std::list<attribute_t>& attributes,
-                              const std::list<std::string>& texts, bool reverse) {
-  std::list<std::string> rdns;
-  auto text = texts.begin();
-  for (const attribute_t& a : attributes) {
-    if (a.joined && !rdns.empty()) {
-      rdns.back() += '+';
-    } else {
-      rdns.emplace_back();
+// "NAME=text" of each attribute, with the signs between them; RDNs last first if `reverse`.
+inline std::string print_name(const name_t& name, bool reverse) {
+  std::string text;
+  for (const auto& rdn : name) {
+    std::string attributes;
+    for (const attribute_t& a : rdn) {
+      attributes += (attributes.empty() ? "" : "+") + std::string(a.name) + '=' + a.text;
     }
-    rdns.back() += std::string(a.name) + '=' + *text++;
+    const char* const comma = text.empty() ? "" : ",";
+    text = reverse ? attributes + comma + text : text + comma + attributes;
   }
-  std::string all;
-  for (const std::string& rdn : rdns) {
-    all = reverse ? rdn + ',' + all : all + rdn + ',';
-  }
-  return all.substr(0, all.size() - (all.empty() ? 0 : 1));
+  return text;
 }
 
-inline attribute_t take_type(pieces_t& pieces) {
+// A further attribute, of the last RDN or of a new one.
+inline attribute_t& add_attribute(name_t& name, pieces_t& pieces) {
   static constexpr const char* types[][2] = {
       {"CN", "\x55\4\3"}, {"C", "\x55\4\6"}, {"1.2.3", "\x2A\3"}, {"ST", "\x55\4\x8"}};
   const unsigned which = pieces.number();
-  return {types[which % 4][0], types[which % 4][1], which % 8 > 4, 0, ""};
+  if (name.empty() || which % 8 <= 4) {
+    name.emplace_back();
+  }
+  name.back().push_back({types[which % 4][0], types[which % 4][1], 0, "", ""});
+  return name.back().back();
 }
 
 // ---- Strings of names ----
@@ -198,7 +174,7 @@ constexpr char specials[] = "\"#+,;<=>\\";
 
 inline unsigned char string_tag(std::string_view value) {
   const bool ascii =
-      std::none_of(value.begin(), value.end(), [](char c) { return (c & 0x80) != 0; });
+      std::all_of(value.begin(), value.end(), [](char c) { return (c & 0x80) == 0; });
   return all_of(value, printable) ? 0x13 : ascii ? 0x16 : 0x0C;
 }
 
@@ -298,45 +274,15 @@ inline std::optional<unsigned> read_INTEGER(const std::string& octets, unsigned 
   return static_cast<unsigned>(beginning * 256 + static_cast<unsigned char>(octets.back()));
 }
 
-// ---- Calendar ----
-
-struct civil_t {
-  std::int64_t year;
-  unsigned month, day, hour, minute, second;  // month and day from 1
-};
-
-// Counted from March 1, year 0, so that the leap day comes last.
-inline std::int64_t seconds_of(const civil_t& t) {
-  const std::int64_t months = t.year * 12 + t.month - 3, year = months / 12, month = months % 12;
-  const std::int64_t days =
-      year * 365 + year / 4 - year / 100 + year / 400 + (month * 153 + 2) / 5 + t.day - 1 - 719468;
-  return ((days * 24 + t.hour) * 60 + t.minute) * 60 + t.second;
-}
-
-// For years from 1 on: from the first guess up to the last day that is not too late.
-inline civil_t civil_of(std::int64_t seconds) {
-  civil_t t = {(seconds / 86400 + 719468) * 400 / 146097, 1, 1, 0, 0, 0};
-  while (seconds_of({t.year + 1, 1, 1, 0, 0, 0}) <= seconds)
-    ++t.year;
-  while (seconds_of(t) > seconds)
-    --t.year;
-  while (t.month < 12 && seconds_of({t.year, t.month + 1, 1, 0, 0, 0}) <= seconds)
-    ++t.month;
-  const std::int64_t rest = seconds - seconds_of(t);
-  t.day += static_cast<unsigned>(rest / 86400);
-  t.hour = static_cast<unsigned>(rest / 3600 % 24);
-  t.minute = static_cast<unsigned>(rest / 60 % 60);
-  t.second = static_cast<unsigned>(rest % 60);
-  return t;
-}
+// ---- Times ----
 
 // "YYYY.MM.DD hh:mm:ss" or "DD.MM.YYYY hh:mm:ss".
-inline std::string show(const civil_t& t, bool year_first) {
+inline std::string show(const std::tm& t, bool year_first) {
   char date[40], text[64];
-  const int year = static_cast<int>(t.year);
-  year_first ? std::snprintf(date, sizeof date, "%d.%02u.%02u", year, t.month, t.day)
-             : std::snprintf(date, sizeof date, "%02u.%02u.%d", t.day, t.month, year);
-  std::snprintf(text, sizeof text, "%s %02u:%02u:%02u", date, t.hour, t.minute, t.second);
+  const int year = t.tm_year + 1900, month = t.tm_mon + 1;
+  year_first ? std::snprintf(date, sizeof date, "%d.%02d.%02d", year, month, t.tm_mday)
+             : std::snprintf(date, sizeof date, "%02d.%02d.%d", t.tm_mday, month, year);
+  std::snprintf(text, sizeof text, "%s %02d:%02d:%02d", date, t.tm_hour, t.tm_min, t.tm_sec);
   return text;
 }
 

@@ -32,41 +32,48 @@ void check(const exact_t& der, oid_map_handle_t map) {
   law(printable_dn_reverse(direct.data()) != nullptr && direct == reverse);
 }
 
+// "#" and two digits for each byte.
+std::string hex_value(const std::string& element) {
+  std::string hex = '#' + to_hex(element);
+  hex.erase(std::remove(hex.begin(), hex.end(), ' '), hex.end());
+  return hex;
+}
+
 // The text of a name made of pieces is what the rules say, and leads to the same values.
 void check_known(model::pieces_t pieces) {
   constexpr unsigned char tags[] = {0x0C, 0x12, 0x13, 0x14, 0x16, 0x1C, 0x1E, 0x1A};
-  std::list<model::attribute_t> attributes, written;
-  std::list<std::string> texts;
+  model::name_t name;
   bool valid = true, whole = true;
   while (pieces.more()) {
-    model::attribute_t a = model::take_type(pieces);
+    model::attribute_t& a = model::add_attribute(name, pieces);
     a.tag = tags[pieces.number() % 8];
     a.octets = pieces.piece() + (a.tag == 0x14 ? " " : "");  // for a prefix at the end
-    attributes.push_back(a);
     const model::text_t value = model::to_utf8(a.tag, a.octets);
     valid = valid && value;
     whole = whole && value && value->find('\0') == std::string::npos;
-    const std::string hex = to_hex(der(a.tag, a.octets)).append(" ");
-    texts.push_back(a.tag == 0x1A ? "#" : model::escape(value.value_or("")));
-    for (std::size_t i = 0; a.tag == 0x1A && i < hex.size(); i += 3) {
-      texts.back() += hex.substr(i, 2);
-    }
-    if (a.tag != 0x1A && value) {
-      a.octets = *value;
-      a.tag = model::string_tag(*value);
-    }
-    written.push_back(a);
+    a.text = a.tag == 0x1A ? hex_value(der(a.tag, a.octets)) : model::escape(value.value_or(""));
   }
-  const exact_t encoded(model::encode_name(attributes));
-  for (const PrintableDnOrder order : {DN_ORDER_DIRECT, DN_ORDER_REVERSE}) {
-    std::string text, again = "~";
-    law(print(encoded, order, OID_MAP_HANDLE_DEFAULT, text) == valid);
-    law(!valid || text == model::join_names(attributes, texts, order == DN_ORDER_REVERSE));
-    if (order == DN_ORDER_DIRECT && valid && whole) {
-      law(printable_to_asn_dn(text.c_str(), again, OID_MAP_HANDLE_DEFAULT));
-      law(again == model::encode_name(written));
+  const exact_t encoded(model::encode_name(name));
+  for (const bool reverse : {false, true}) {
+    std::string text;
+    law(print(encoded, reverse ? DN_ORDER_REVERSE : DN_ORDER_DIRECT, OID_MAP_HANDLE_DEFAULT,
+              text) == valid);
+    law(!valid || text == model::print_name(name, reverse));
+  }
+  if (!valid || !whole) {
+    return;
+  }
+  for (auto& rdn : name) {
+    for (model::attribute_t& a : rdn) {
+      if (a.tag != 0x1A) {
+        a.octets = *model::to_utf8(a.tag, a.octets);
+        a.tag = model::string_tag(a.octets);
+      }
     }
   }
+  std::string again = "~";
+  law(printable_to_asn_dn(model::print_name(name, false).c_str(), again, OID_MAP_HANDLE_DEFAULT));
+  law(again == model::encode_name(name));
 }
 
 }  // namespace

@@ -57,8 +57,10 @@ void check_map(const exact_t& input) {
       check_lookups(map, entries, key.substr(0, key.size() / 2) + 'q');
     }
   }
-  for (std::string text = input.bytes(); !text.empty(); model::take(text, " \r\n=,", true)) {
-    check_lookups(map, entries, model::take(text, " \r\n=,", false));
+  static const std::regex word("[^ \r\n=,]+");
+  const std::string text = input.bytes();
+  for (std::sregex_iterator found(text.begin(), text.end(), word), end; found != end; ++found) {
+    check_lookups(map, entries, found->str());
   }
   oid_map_release(map);
 }

@@ -68,32 +68,28 @@ std::string spell(const std::string& value, unsigned notation) {
 
 // Text made of pieces leads to the name that an encoder of ours makes of them.
 void check_known(model::pieces_t pieces) {
-  std::list<model::attribute_t> attributes;
-  std::list<std::string> texts;
-  std::string first_cn;
-  bool c_seen = false, c_first = true;
+  model::name_t name;
+  std::string first_cn, types = ",";
   while (pieces.more()) {
-    model::attribute_t a = model::take_type(pieces);
+    model::attribute_t& a = model::add_attribute(name, pieces);
     const unsigned notation = pieces.number();
     a.octets = pieces.piece();
     a.tag = model::string_tag(a.octets);
-    attributes.push_back(a);
-    texts.push_back(spell(a.octets, notation));
-    const std::string name = a.name;
-    if (name == "CN" && first_cn.empty()) {
-      first_cn = '~' + texts.back();
+    a.text = spell(a.octets, notation);
+    if (a.name == std::string("CN") && types.find(",CN,") == types.npos) {
+      first_cn = a.text;
     }
-    c_first = c_first && (name != "C" || c_seen || first_cn.empty());
-    c_seen = c_seen || name == "C";
+    types += std::string(a.name) + ',';
   }
-  std::string text = model::join_names(attributes, texts, false), encoded, value = "~";
+  std::string text = model::print_name(name, false), encoded, value = "~";
   law(printable_to_asn_dn(text.c_str(), encoded, OID_MAP_HANDLE_DEFAULT));
-  law(encoded == model::encode_name(attributes));
-  law(printable_dn_get_attr(text.c_str(), "CN", value, DN_GET_ATTR_VALUE) == !first_cn.empty());
-  law(first_cn.empty() || value == first_cn);
-  law(printable_dn_C_before_CN(text.c_str()) == c_first);
+  law(encoded == model::encode_name(name));
+  const std::size_t cn = types.find(",CN,"), c = types.find(",C,");
+  law(printable_dn_get_attr(text.c_str(), "CN", value, DN_GET_ATTR_VALUE) == (cn != types.npos));
+  law(cn == types.npos || value == '~' + first_cn);
+  law(printable_dn_C_before_CN(text.c_str()) == (c == types.npos || c < cn));
   law(printable_dn_reverse(text.data()) == text.data());
-  law(text == model::join_names(attributes, texts, true));
+  law(text == model::print_name(name, true));
 }
 
 }  // namespace

@@ -12,35 +12,46 @@
 namespace {
 
 constexpr std::int64_t east = 3 * 3600;
-constexpr std::int64_t year_1 = -62135596800 + east;
 
 bool fits(std::int64_t seconds) {
   return seconds == static_cast<time_t>(seconds) && seconds != -1;
 }
 
+std::tm fields_of(std::int64_t seconds) {
+  const auto t = static_cast<time_t>(seconds);
+  std::tm fields = {};
+  gmtime_r(&t, &fields);
+  return fields;
+}
+
 void check_packed(cert_time64_t t) {
-  const auto field = [t](int shift) { return static_cast<unsigned>(t >> shift & 0xFF); };
-  const model::civil_t fields = {
-      static_cast<std::int64_t>(t >> 40), field(32) + 1, field(24), field(16), field(8), field(0)};
-  const bool bad = t == ~cert_time64_t{0} || fields.year < 1900;
+  const auto field = [t](int shift) { return static_cast<int>(t >> shift & 0xFF); };
+  std::tm fields = {};
+  fields.tm_year = static_cast<int>(t >> 40) - 1900;
+  fields.tm_mon = field(32);
+  fields.tm_mday = field(24);
+  fields.tm_hour = field(16);
+  fields.tm_min = field(8);
+  fields.tm_sec = field(0);
   std::string shown = "~", local = "~", log = "~";
   CertTimeToStringGMT(t, shown);
   CertTimeToString(t, local);
   CertTimeToLogStringGMT(t, log);
   const time_t seconds = CertTimeTo_time_t(t);
-  if (bad) {
+  if (t == ~cert_time64_t{0} || fields.tm_year < 0) {
     law(shown == "~Error time" && local == shown && log == "0000.00.00 00:00:00" && seconds == -1);
     return;
   }
-  const std::int64_t utc = model::seconds_of(fields);
+  std::tm normalized = fields;
+  const std::int64_t utc = timegm(&normalized);
   const bool converted = fits(utc - east) && fits(utc);
   law(seconds == (converted ? utc : -1));
   law(shown == '~' + model::show(fields, false) + " GMT");
   law(log == model::show(fields, true) + " GMT");
-  law(local == (converted ? '~' + model::show(model::civil_of(utc + east), false) : shown) ||
+  law(local == (converted ? '~' + model::show(fields_of(utc + east), false) : shown) ||
       !fits(utc + east));
   // A day of 0 is shown but not read.
-  law(CertTimeFromLogStringGMT(log) == (fields.day != 0 ? t : ~cert_time64_t{0}));
+  law(CertTimeFromLogStringGMT(log) == (fields.tm_mday != 0 ? t : ~cert_time64_t{0}));
 }
 
 void check_seconds(long t) {
@@ -48,21 +59,16 @@ void check_seconds(long t) {
   std::string text = "~";
   const std::string log = i2s::LogTimeToString(t, buf);
   law(TimeToString(t, text)[0] == '~' && log.size() < sizeof buf);
-  const std::int64_t local = std::int64_t{t / 4096} + east;  // years of at most nine digits
-  if (local < year_1) {
+  const std::tm local = fields_of(t / 4096 + east);  // years of at most nine digits
+  if (local.tm_year <= -1900) {
     return;
   }
-  const model::civil_t civil = model::civil_of(local);
-  constexpr char days[] = "ThuFriSatSunMonTueWed";
-  constexpr char months[] = "JanFebMarAprMayJunJulAugSepOctNovDec";
   char expected[64];
-  const std::int64_t weekday = (local / 86400 % 7 + 7 - (local % 86400 < 0 ? 1 : 0)) % 7;
-  std::snprintf(expected, sizeof expected, "%.3s %.3s %2u %02u:%02u:%02u %d", days + weekday * 3,
-                months + (civil.month - 1) * 3, civil.day, civil.hour, civil.minute, civil.second,
-                static_cast<int>(civil.year));
+  std::strftime(expected, sizeof expected, "%a %b %e %H:%M:%S %Y", &local);
   text.clear();
-  law(TimeToString(t / 4096, text) == (civil.year > 9999 ? "Bad time" : expected));
-  law(civil.year < 1000 || i2s::LogTimeToString(t / 4096, buf) == model::show(civil, true));
+  law(TimeToString(t / 4096, text) == (local.tm_year > 9999 - 1900 ? "Bad time" : expected));
+  law(local.tm_year < 1000 - 1900 ||
+      i2s::LogTimeToString(t / 4096, buf) == model::show(local, true));
 }
 
 }  // namespace
