@@ -33,10 +33,7 @@ void check_builder(unsigned char tag, const std::string& content) {
 
 // Below, on and above the limit that the number needs.
 void check_INTEGER(const std::string& octets, unsigned limit) {
-  unsigned needed = 0;
-  for (const char c : octets.substr(0, octets.size() - 1)) {
-    needed = needed << 8 | static_cast<unsigned char>(c);
-  }
+  const unsigned needed = number_of(octets.substr(0, octets.size() - 1));
   for (const unsigned tried : {limit, needed, needed - 1, needed + 1}) {
     unsigned value = 0x5AA55AA5;
     const auto expected = model::read_INTEGER(octets, tried);

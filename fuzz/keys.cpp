@@ -50,10 +50,8 @@ void check_digest(const std::string& raw, pki_alg_t alg) {
       (PKI_HASH_ALG_TO_OID(alg)->size == 0 ? 0 : alg));
 }
 
-std::string without_zeros(const std::string& number) {
-  return number.empty()
-             ? number
-             : number.substr(std::min(number.find_first_not_of('\0'), number.size() - 1));
+std::string without_zeros(std::string number) {
+  return number.erase(0, std::min(number.find_first_not_of('\0'), number.size() - 1));
 }
 
 // A key of either kind, with everything that has a place in it.

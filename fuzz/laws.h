@@ -28,14 +28,20 @@ inline std::string_view text_of(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-// The number in the first four bytes of `input`, which steers a harness and is taken off it.
-inline unsigned take_number(std::string_view& input) {
+// The number of which these are the bytes, the highest first; it wraps.
+inline unsigned number_of(std::string_view bytes) {
   unsigned number = 0;
-  for (const char c : input.substr(0, 4)) {
+  for (const char c : bytes) {
     number = number << 8 | static_cast<unsigned char>(c);
   }
-  input.remove_prefix(std::min<std::size_t>(4, input.size()));
   return number;
+}
+
+// The number in the first bytes of `input`, which are taken off it.
+inline unsigned take_number(std::string_view& input, std::size_t size = 4) {
+  const std::string_view taken = input.substr(0, size);
+  input.remove_prefix(taken.size());
+  return number_of(taken);
 }
 
 #endif

@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-#include "test_util.h"
+#include "laws.h"
 
 namespace model {
 
@@ -26,11 +26,7 @@ class pieces_t {
  public:
   explicit pieces_t(std::string_view input) : rest_(input) {}
   bool more() const { return !rest_.empty(); }
-  unsigned number() {
-    const unsigned first = more() ? static_cast<unsigned char>(rest_[0]) : 0;
-    rest_.remove_prefix(more() ? 1 : 0);
-    return first;
-  }
+  unsigned number() { return take_number(rest_, 1); }
   std::string piece() {
     const unsigned size = number();
     const std::string taken(rest_.substr(0, size));
@@ -122,18 +118,19 @@ inline std::list<entry_t> parse_map(const std::string& text) {
 
 struct attribute_t {
   const char *name, *oid;
-  unsigned char tag;
-  std::string octets, text;
+  std::string value;   // an element
+  std::string text;    // what it is printed as
+  std::string reread;  // the element that is made of the text
 };
 
 using name_t = std::list<std::list<attribute_t>>;  // RDNs
 
-inline std::string encode_name(const name_t& name) {
+inline std::string encode_name(const name_t& name, std::string attribute_t::*value) {
   std::string rdns;
   for (const auto& rdn : name) {
     std::string attributes;
     for (const attribute_t& a : rdn) {
-      attributes += der(0x30, der(6, a.oid) + der(a.tag, a.octets));
+      attributes += der(0x30, der(6, a.oid) + a.*value);
     }
     rdns += der(0x31, attributes);
   }
@@ -162,7 +159,7 @@ inline attribute_t& add_attribute(name_t& name, pieces_t& pieces) {
   if (name.empty() || which % 8 <= 4) {
     name.emplace_back();
   }
-  name.back().push_back({types[which % 4][0], types[which % 4][1], 0, "", ""});
+  name.back().push_back({types[which % 4][0], types[which % 4][1], "", "", ""});
   return name.back().back();
 }
 
@@ -172,10 +169,10 @@ constexpr char printable[] =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 '()+,-./:=?";
 constexpr char specials[] = "\"#+,;<=>\\";
 
-inline unsigned char string_tag(std::string_view value) {
-  const bool ascii =
-      std::all_of(value.begin(), value.end(), [](char c) { return (c & 0x80) == 0; });
-  return all_of(value, printable) ? 0x13 : ascii ? 0x16 : 0x0C;
+// PrintableString, IA5String or UTF8String.
+inline std::string encode_text(const std::string& text) {
+  const bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+  return der(all_of(text, printable) ? 0x13 : ascii ? 0x16 : 0x0C, text);
 }
 
 inline std::string escape(std::string_view value) {
@@ -203,25 +200,25 @@ inline std::string utf8(std::uint32_t c) {
 
 using text_t = std::optional<std::string>;
 
-// From the table of all pairs of bytes.
+// From the table of all pairs of bytes; a pair that means nothing is empty there.
 inline text_t t61_to_utf8(std::string_view text) {
   static const std::vector<std::string> pairs = [] {
-    std::vector<std::string> lines;
+    std::vector<std::string> all;
     std::ifstream in(T61_PAIRS);
     for (std::string line; in >> line;) {
-      lines.push_back(line == "-" ? line : from_hex(line));
+      all.push_back(from_hex(line));
     }
-    return lines;
+    return all;
   }();
   std::string out;
   for (std::size_t at = 0; at < text.size(); ++at) {
-    const auto first = static_cast<unsigned char>(text[at]);
-    const bool prefix = (first & 0xF0) == 0xC0;
-    const unsigned second =
-        prefix && ++at < text.size() ? static_cast<unsigned char>(text[at]) : 0U;
-    // A letter alone is a letter and a space, without the space.
-    const std::string& pair = pairs.at(first * 256U + (prefix ? second : 0x20U));
-    if (pair == "-") {
+    const unsigned first = number_of(text.substr(at, 1));
+    const bool prefix = first >> 4 == 0xC;
+    at += prefix ? 1 : 0;
+    // A letter alone is a letter and a space, without the space; after a prefix at the end is 00.
+    const unsigned second = !prefix ? ' ' : at < text.size() ? number_of(text.substr(at, 1)) : 0;
+    const std::string& pair = pairs.at(first * 256 + second);
+    if (pair.empty()) {
       return std::nullopt;
     }
     out += prefix ? pair : pair.substr(0, pair.size() - 1);
@@ -231,11 +228,8 @@ inline text_t t61_to_utf8(std::string_view text) {
 
 inline text_t wide_to_utf8(std::string_view text, std::size_t unit) {
   std::string out;
-  for (; text.size() >= unit; text.remove_prefix(unit)) {
-    std::uint32_t c = 0;
-    for (const char byte : text.substr(0, unit)) {
-      c = c << 8 | static_cast<unsigned char>(byte);
-    }
+  while (text.size() >= unit) {
+    const std::uint32_t c = take_number(text, unit);
     if (c > 0x10FFFF || c >> 11 == 0x1B) {
       return std::nullopt;
     }
@@ -245,18 +239,11 @@ inline text_t wide_to_utf8(std::string_view text, std::size_t unit) {
 }
 
 inline text_t to_utf8(unsigned char tag, const std::string& octets) {
-  switch (tag) {
-    case 0x12:
-      return all_of(octets, "0123456789 ") ? text_t(octets) : std::nullopt;
-    case 0x14:
-      return t61_to_utf8(octets);
-    case 0x1C:
-      return wide_to_utf8(octets, 4);
-    case 0x1E:
-      return wide_to_utf8(octets, 2);
-    default:
-      return octets;
-  }
+  return tag == 0x14                                    ? t61_to_utf8(octets)
+         : tag == 0x1C                                  ? wide_to_utf8(octets, 4)
+         : tag == 0x1E                                  ? wide_to_utf8(octets, 2)
+         : tag != 0x12 || all_of(octets, "0123456789 ") ? text_t(octets)
+                                                        : std::nullopt;
 }
 
 // ---- INTEGERs ----

@@ -22,17 +22,15 @@ void check_codec(const exact_t& input) {
 // What is found is the first entry of which the key is equal.
 void check_found(const OIDdescr_t* found, const std::list<model::entry_t>& entries,
                  std::string model::entry_t::*key, const std::string& wanted) {
-  const auto first = std::find_if(entries.begin(), entries.end(), [&](const model::entry_t& entry) {
-    return entry.*key == wanted;
-  });
+  const auto first = std::find_if(entries.begin(), entries.end(),
+                                  [&](const auto& entry) { return entry.*key == wanted; });
   law((found == nullptr) == (first == entries.end()));
-  if (found != nullptr) {
-    law(std::string(found->oid_asn, found->oid_asn + found->oid_asn_size) == first->oid);
-    // The strings with the zero bytes at their ends.
-    law(std::string(found->oid_str, found->oid_str_size + 1) == first->dotted + '\0' &&
-        std::string(found->oid_sn, found->oid_sn_size + 1) == first->short_name + '\0' &&
-        std::string(found->oid_ln, found->oid_ln_size + 1) == first->long_name + '\0');
-  }
+  // The strings with the zero bytes at their ends.
+  law(found == nullptr ||
+      (std::string(found->oid_asn, found->oid_asn + found->oid_asn_size) == first->oid &&
+       std::string(found->oid_str, found->oid_str_size + 1) == first->dotted + '\0' &&
+       std::string(found->oid_sn, found->oid_sn_size + 1) == first->short_name + '\0' &&
+       std::string(found->oid_ln, found->oid_ln_size + 1) == first->long_name + '\0'));
 }
 
 void check_lookups(oid_map_handle_t map, const std::list<model::entry_t>& entries,

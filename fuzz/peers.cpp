@@ -42,11 +42,6 @@ bool parameters_of(const X509_ALGOR* algorithm, std::string& oid) {
 void check_algorithms(const exact_t& input) {
   std::string oid;
   const X509_ALGOR* alg = nullptr;
-  if (const auto peer = reread<X509_ALGOR>(input, ASN1_ITEM_rptr(X509_ALGOR))) {
-    asn_ike_signalg_t read;
-    parameters_of(peer.get(), oid);
-    law(asn_read_ike_signalg(input.data(), input.size(), read) && bytes_of(read.oid) == oid);
-  }
   if (const auto peer = reread<X509_SIG>(input, ASN1_ITEM_rptr(X509_SIG))) {
     asn_algorid_t read;
     const std::string digest = input.bytes();

@@ -55,10 +55,10 @@ void run_damaged(harness_t* harness, std::string bytes) {
 void run_small(unsigned step) {
   for (const auto& [name, harness] : harnesses) {
     for (unsigned size = 0; size <= 3; ++size) {
-      std::string bytes(harness.steering + size, '\0');
       for (unsigned n = 0; n >> 8 * size == 0; n += size == 3 ? step : 1) {
+        std::string bytes(harness.steering, '\0');
         for (unsigned i = 0; i < size; ++i) {
-          bytes[harness.steering + i] = static_cast<char>(n >> 8 * i);
+          bytes += static_cast<char>(n >> 8 * i);
         }
         run(harness.run, bytes);
       }

@@ -73,9 +73,9 @@ void check_known(model::pieces_t pieces) {
   while (pieces.more()) {
     model::attribute_t& a = model::add_attribute(name, pieces);
     const unsigned notation = pieces.number();
-    a.octets = pieces.piece();
-    a.tag = model::string_tag(a.octets);
-    a.text = spell(a.octets, notation);
+    const std::string value = pieces.piece();
+    a.value = model::encode_text(value);
+    a.text = spell(value, notation);
     if (a.name == std::string("CN") && types.find(",CN,") == types.npos) {
       first_cn = a.text;
     }
@@ -83,7 +83,7 @@ void check_known(model::pieces_t pieces) {
   }
   std::string text = model::print_name(name, false), encoded, value = "~";
   law(printable_to_asn_dn(text.c_str(), encoded, OID_MAP_HANDLE_DEFAULT));
-  law(encoded == model::encode_name(name));
+  law(encoded == model::encode_name(name, &model::attribute_t::value));
   const std::size_t cn = types.find(",CN,"), c = types.find(",C,");
   law(printable_dn_get_attr(text.c_str(), "CN", value, DN_GET_ATTR_VALUE) == (cn != types.npos));
   law(cn == types.npos || value == '~' + first_cn);

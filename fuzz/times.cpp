@@ -26,13 +26,9 @@ std::tm fields_of(std::int64_t seconds) {
 
 void check_packed(cert_time64_t t) {
   const auto field = [t](int shift) { return static_cast<int>(t >> shift & 0xFF); };
-  std::tm fields = {};
-  fields.tm_year = static_cast<int>(t >> 40) - 1900;
-  fields.tm_mon = field(32);
-  fields.tm_mday = field(24);
-  fields.tm_hour = field(16);
-  fields.tm_min = field(8);
-  fields.tm_sec = field(0);
+  const std::tm fields = {
+      field(0), field(8), field(16), field(24), field(32), static_cast<int>(t >> 40) - 1900,
+      0,        0,        0,         0,         nullptr};
   std::string shown = "~", local = "~", log = "~";
   CertTimeToStringGMT(t, shown);
   CertTimeToString(t, local);
