@@ -3,7 +3,6 @@
 
 #include <pkider/asn_helper.h>
 
-#include "laws.h"
 #include "model.h"
 
 namespace {
@@ -50,10 +49,6 @@ void check_digest(const std::string& raw, pki_alg_t alg) {
       (PKI_HASH_ALG_TO_OID(alg)->size == 0 ? 0 : alg));
 }
 
-std::string without_zeros(std::string number) {
-  return number.erase(0, std::min(number.find_first_not_of('\0'), number.size() - 1));
-}
-
 // A key of either kind, with everything that has a place in it.
 void check_known(model::pieces_t pieces) {
   const std::string alg = pieces.piece(), first = pieces.piece(), second = pieces.piece(),
@@ -70,7 +65,7 @@ void check_known(model::pieces_t pieces) {
     asn_rsa_pubkey_t rsa;
     law(asn_read_rsa_pubkey(pk, rsa) == (key == numbers));
     law(key != numbers ||
-        (bytes_of(rsa.modulus) == without_zeros(first) && bytes_of(rsa.exponent) == second));
+        (bytes_of(rsa.modulus) == model::without_zeros(first) && bytes_of(rsa.exponent) == second));
     asn_gost_pubkey_t gost;
     law(asn_read_gost_pubkey(pk, gost) == (key == octets));
     law(bytes_of(gost.public_key_param_set) == set &&

@@ -5,7 +5,6 @@
 #ifndef PKIDER_FUZZ_MODEL_H
 #define PKIDER_FUZZ_MODEL_H
 
-#include <cstdint>
 #include <cstdio>
 #include <ctime>
 #include <fstream>
@@ -13,9 +12,6 @@
 #include <optional>
 #include <regex>
 #include <sstream>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "laws.h"
 
@@ -44,14 +40,6 @@ inline bool all_of(std::string_view text, std::string_view set) {
   return text.find_first_not_of(set) == text.npos;
 }
 
-inline std::string encode_arc(std::uint32_t arc) {
-  std::string octets(1, static_cast<char>(arc & 0x7F));
-  while ((arc >>= 7) != 0) {
-    octets.insert(0, 1, static_cast<char>(arc | 0x80));
-  }
-  return octets;
-}
-
 // Empty where the text is not an OID.
 inline std::string encode_oid(const std::string& text) {
   std::istringstream in(text + '.');
@@ -66,7 +54,11 @@ inline std::string encode_oid(const std::string& text) {
   arcs[1] += arcs[0] * 40;
   std::string octets;
   for (auto arc = arcs.begin() + 1; arc != arcs.end(); ++arc) {
-    octets += encode_arc(*arc);
+    std::string base128(1, static_cast<char>(*arc & 0x7F));
+    while ((*arc >>= 7) != 0) {
+      base128.insert(0, 1, static_cast<char>(*arc | 0x80));
+    }
+    octets += base128;
   }
   return octets.size() > 506 ? "" : octets;
 }
@@ -175,10 +167,10 @@ inline std::string encode_text(const std::string& text) {
   return der(all_of(text, printable) ? 0x13 : ascii ? 0x16 : 0x0C, text);
 }
 
-inline std::string escape(std::string_view value) {
+inline std::string escape(std::string_view value, std::string_view set = specials) {
   std::string text;
   for (const char c : value) {
-    text += std::string_view(specials).find(c) == std::string_view::npos ? "" : "\\";
+    text += set.find(c) == std::string_view::npos ? "" : "\\";
     text += c;
   }
   return text;
@@ -248,17 +240,17 @@ inline text_t to_utf8(unsigned char tag, const std::string& octets) {
 
 // ---- INTEGERs ----
 
+// Without leading zeros, except the last byte.
+inline std::string without_zeros(std::string number) {
+  return number.erase(0, std::min(number.find_first_not_of('\0'), number.size() - 1));
+}
+
 // The number, unless it is negative or one of its beginnings, of which the longest is the greatest,
 // is above the limit.
 inline std::optional<unsigned> read_INTEGER(const std::string& octets, unsigned limit) {
-  unsigned long long beginning = 0;
-  for (const char c : octets.substr(0, octets.size() - 1)) {
-    beginning = std::min(beginning * 256 + static_cast<unsigned char>(c), 1ULL << 40);
-  }
-  if (beginning > limit || (octets[0] & 0x80) != 0) {
-    return std::nullopt;
-  }
-  return static_cast<unsigned>(beginning * 256 + static_cast<unsigned char>(octets.back()));
+  const std::string digits = without_zeros(octets);
+  const bool small = digits.size() <= 5 && number_of(digits.substr(0, digits.size() - 1)) <= limit;
+  return small && (octets[0] & 0x80) == 0 ? std::optional(number_of(octets)) : std::nullopt;
 }
 
 // ---- Times ----

@@ -3,7 +3,6 @@
 
 #include <pkider/asn_printable.h>
 
-#include "laws.h"
 #include "model.h"
 
 namespace {
@@ -28,13 +27,6 @@ void check(const exact_t& der, oid_map_handle_t map) {
   law(printable_dn_reverse(direct.data()) != nullptr && direct == reverse);
 }
 
-// "#" and two digits for each byte.
-std::string hex_value(const std::string& element) {
-  std::string hex = '#' + to_hex(element);
-  hex.erase(std::remove(hex.begin(), hex.end(), ' '), hex.end());
-  return hex;
-}
-
 // The text of a name made of pieces is what the rules say, and leads to the same values.
 void check_known(model::pieces_t pieces) {
   constexpr unsigned char tags[] = {0x0C, 0x12, 0x13, 0x14, 0x16, 0x1C, 0x1E, 0x1A};
@@ -49,10 +41,13 @@ void check_known(model::pieces_t pieces) {
     valid = valid && value;
     whole = whole && value && value->find('\0') == std::string::npos;
     a.value = a.reread = der(tag, octets);
-    a.text = hex_value(a.value);
-    if (tag != 0x1A && value) {
-      a.text = model::escape(*value);
-      a.reread = model::encode_text(*value);
+    a.text = tag == 0x1A ? "#" : model::escape(value.value_or(""));
+    if (tag != 0x1A) {
+      a.reread = model::encode_text(value.value_or(""));
+      continue;
+    }
+    for (const char c : a.value) {
+      a.text += to_hex(&c, 1);
     }
   }
   const exact_t encoded(model::encode_name(name, &model::attribute_t::value));

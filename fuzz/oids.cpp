@@ -2,7 +2,6 @@
 
 #include <pkider/asn_oidmap.h>
 
-#include "laws.h"
 #include "model.h"
 
 namespace {

@@ -3,7 +3,6 @@
 #include <pkider/platform.h>
 #include <pkider/t61.h>
 
-#include "laws.h"
 #include "model.h"
 
 namespace {

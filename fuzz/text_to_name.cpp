@@ -3,7 +3,6 @@
 
 #include <pkider/asn_printable.h>
 
-#include "laws.h"
 #include "model.h"
 
 namespace {
@@ -55,10 +54,7 @@ std::string spell(const std::string& value, unsigned notation) {
     return model::escape(value);
   }
   if (plain && notation % 3 == 1 && value.find('\\') == value.npos) {
-    for (const char c : value) {
-      text.append(c == '"' ? "\\" : "").push_back(c);
-    }
-    return '"' + text + '"';
+    return '"' + model::escape(value, "\"") + '"';
   }
   for (const char c : value) {
     text += '\\' + to_hex(&c, 1);

@@ -6,7 +6,6 @@
 
 #include <pkider/int2str.h>
 
-#include "laws.h"
 #include "model.h"
 
 namespace {
