@@ -15,10 +15,6 @@ namespace {
 const rows_t file("pkcs.txt", {"calls", "verify", "box", "encrypt", "compute", "written",
                                "computed", "C1", "C3", "C4", "C6", "nothing"});
 
-// What the records hold before each read.
-const std::string untouched("\xEE", 1);
-const blob_t old = view(untouched);
-
 // What a view may show: what was there before, the input, and the plaintexts.
 std::vector<blob_t> shown;
 

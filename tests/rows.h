@@ -36,6 +36,10 @@ inline blob_t view(const std::string& bytes) {
           reinterpret_cast<const unsigned char*>(bytes.data())};
 }
 
+// What the records hold before each read.
+inline const std::string untouched("\xEE", 1);
+inline const blob_t old = view(untouched);
+
 inline std::string hex_number(unsigned long long number) {
   std::ostringstream text;
   text << std::hex << std::uppercase << number;

@@ -6,7 +6,6 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <map>
 
 #include "bytes.h"
 #include "container.h"
@@ -15,35 +14,12 @@
 
 namespace {
 
-// Derives what the good sample needs, once. For any other salt or count one round gives a wrong key
-// just as well.
-struct quick_deriver_t : deriver_t {
-  inline static bool learning = true;
-
-  quick_deriver_t() : deriver_t(2'000'000) {}
-
-  secret_t derive(const secret_t& password, const derivation_t& asked) override {
-    static std::map<std::string, secret_t> learned;
-    const std::string name = bytes_of(asked.salt) + std::to_string(asked.iterations) +
-                             std::to_string(asked.skipped_blocks) + std::to_string(asked.size);
-    if (learning) {
-      learned[name] = deriver_t::derive(password, asked);
-    }
-    if (const auto known = learned.find(name); known != learned.end()) {
-      return known->second;
-    }
-    derivation_t quick = asked;
-    quick.iterations = 1;
-    return deriver_t::derive(password, quick);
-  }
-};
-
 // Everything that was read, or the message.
 std::string outcome(const std::string& der, bool any_mac = false) {
   const std::string text = "pkider-sample";
   const secret_t password(text.begin(), text.end());
   try {
-    quick_deriver_t deriver;
+    deriver_t deriver(1000);
     container_t container;
     split_container("sample", der, container);
     admit_container("sample", container, deriver);
@@ -70,9 +46,7 @@ TEST(damaged_containers, every_prefix_and_every_flipped_bit) {
   const std::string good(std::istreambuf_iterator<char>(file), {});
   const std::string right = outcome(good);
   ASSERT_EQ(std::count(right.begin(), right.end(), '\n'), 6) << right;
-  quick_deriver_t::learning = false;
-  EXPECT_NE(outcome(good.substr(0, good.size() - 3) + std::string(3, '\0')).find("in 0 rounds"),
-            std::string::npos);
+  EXPECT_NE(outcome(good.substr(0, good.size() - 1) + '\0').find("in 0 rounds"), std::string::npos);
   for (std::size_t i = 0; i < good.size(); ++i) {
     EXPECT_EQ(outcome(good.substr(0, i)).rfind("sample: ", 0), 0U) << i;
     for (int bit = 1; bit < 256; bit <<= 1) {

@@ -17,6 +17,7 @@ struct hostile_t {
 struct attack_t {
   std::string operation, name;
   void (*run)(text_t in, std::string& out);
+  bool is_der;
   bool sorts;  // costs the logarithm of its units besides
   std::string ordinary;
   unsigned elements;  // attributes, lines or bags of the ordinary input

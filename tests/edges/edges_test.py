@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""edges_test.py COMMAND FAULTS EXAMPLES: the command with each allocation, write or change of a file
+"""edges_test.py COMMAND FAULTS SOURCE: the command with each allocation, write or change of a file
 failing, or interrupted there, by the preloaded library FAULTS.
 
 Prints what went wrong: what a run may do depends on the fault alone, never on where it came.
@@ -13,10 +13,12 @@ import sys
 import tempfile
 from pathlib import Path
 
-COMMAND, FAULTS, EXAMPLES = sys.argv[1:]
+COMMAND, FAULTS, SOURCE = sys.argv[1:]
+QUICK, CERTIFICATE = f"{SOURCE}/tests/data/quick.p12", f"{SOURCE}/examples/certificate.der"
 failures = []
 scratch = tempfile.TemporaryDirectory()
-QUICK, PASSWORD = f"{scratch.name}/quick.p12", ["--password-file", f"{scratch.name}/password"]
+PASSWORD = ["--password-file", f"{scratch.name}/password"]
+Path(PASSWORD[1]).write_text("pkider-sample\n", encoding="ascii")
 
 
 def run(arguments, kind, number, **settings):
@@ -50,15 +52,6 @@ def fail_allocations(arguments, step):
                    done)
         number += step
     expect(running, arguments, "no allocation failed")
-
-
-def make_quick_container():
-    """The sample's key and certificate with one round of key derivation."""
-    Path(scratch.name, "password").write_text("pkider-sample\n", encoding="ascii")
-    made = Path(scratch.name, "made")
-    run(["p12", "extract", f"{EXAMPLES}/sample.p12", "--out", str(made), *PASSWORD], "none", 0)
-    run(["p12", "create", "--key", str(made / "key-1.pem"), "--cert", str(made / "cert-1.pem"),
-         "--name", "x", "--out", QUICK, "--iterations", "1", *PASSWORD], "none", 0)
 
 
 def change_files():
@@ -98,15 +91,14 @@ def change_files():
 
 def fill_output():
     with open("/dev/full", "w", encoding="ascii") as full:
-        for arguments in (["dn", "CN=x"], ["cert", f"{EXAMPLES}/certificate.der"], ["--version"]):
+        for arguments in (["dn", "CN=x"], ["cert", CERTIFICATE], ["--version"]):
             done = run(arguments, "none", 0, capture_output=False, stdout=full,
                        stderr=subprocess.PIPE)
             expect(done.returncode == 1 and done.stderr.startswith("pkider: "), arguments, done)
 
 
 fail_allocations(["dn", "CN=x"], 37)
-fail_allocations(["cert", f"{EXAMPLES}/certificate.der"], 37)
-make_quick_container()
+fail_allocations(["cert", CERTIFICATE], 37)
 fail_allocations(["p12", "show", QUICK, *PASSWORD], 41)
 change_files()
 fill_output()
