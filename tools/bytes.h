@@ -4,6 +4,7 @@
 #define PKIDER_TOOLS_BYTES_H
 
 #include <string>
+#include <string_view>
 
 #include <pkider/asn_reader.h>
 
@@ -16,8 +17,8 @@ inline unsigned size32(const std::string& s) {
   return static_cast<unsigned>(s.size());
 }
 
-inline blob_t view(const std::string& s) {
-  return {size32(s), bytes(s)};
+inline blob_t view(std::string_view s) {
+  return {static_cast<unsigned>(s.size()), reinterpret_cast<const unsigned char*>(s.data())};
 }
 
 inline std::string to_string(const blob_t& view) {

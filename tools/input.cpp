@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "asn_cursor.h"
+#include "ber.h"
 #include "bytes.h"
 #include "kind.h"
 #include "messages.h"
@@ -22,7 +23,8 @@ namespace {
 constexpr std::string_view pem_begin = "-----BEGIN ";
 constexpr std::string_view pem_end = "-----END ";
 constexpr std::string_view pem_dashes = "-----";
-constexpr std::string_view blanks = " \t\r\n";
+constexpr std::string_view padding(" \t\r\n\0", 5);
+constexpr std::string_view indefinite_sequence = "\x30\x80";  // BER
 
 struct file_closer_t {
   void operator()(std::FILE* file) const {
@@ -58,8 +60,8 @@ bool starts_with(std::string_view text, std::string_view prefix) {
 // The bytes that base64 text stands for; empty when it is malformed. libgpg-error stops at the
 // padding, so what follows it is looked at here.
 std::string decode_base64(std::string text) {
-  const std::size_t padding = std::min(text.find('='), text.size());
-  if (text.find_first_not_of("= \t\r\n", padding) != std::string::npos) {
+  const std::size_t end = std::min(text.find('='), text.size());
+  if (text.find_first_not_of("= \t\r\n", end) != std::string::npos) {
     return {};
   }
   const gpgrt_b64state_t state = gpgrt_b64dec_start(nullptr);
@@ -69,13 +71,29 @@ std::string decode_base64(std::string text) {
   return gpgrt_b64dec_finish(state) == 0 ? text : std::string();
 }
 
-// Reads the PEM blocks of a text, one after the other.
+unsigned header_size(std::string_view content) {
+  const asn_iter_t cur = asn1_iter_(view(content));
+  return asn1_decode_header_(asn_tag_t::SEQUENCE, cur.ptr, cur.len).size;
+}
+
+// Whether an element begins here that is no text: '0' is a SEQUENCE's first byte, but the next of a
+// long header is none of a character.
+bool begins_with_element(std::string_view content) {
+  constexpr unsigned short_header = 2;
+  return header_size(content) > short_header || starts_with(content, indefinite_sequence) ||
+         kind_of(view(content)) != kind_t::unknown;
+}
+
+// Reads the PEM blocks of a text, and the DER that stands before and after them, in their order.
 class pem_reader_t {
  public:
   explicit pem_reader_t(std::string_view text) : text_(text) {}
 
   // Appends the next block to `blocks`, or its fault to `faults`. False at the end of the text.
   bool next(std::vector<input_block_t>& blocks, std::vector<std::string>& faults) {
+    if (read_der(blocks)) {
+      return true;
+    }
     const std::size_t begin = text_.find(pem_begin, at_);
     const std::size_t lost_end = text_.substr(0, begin).find(pem_end, at_);
     if (lost_end != std::string_view::npos) {
@@ -91,6 +109,22 @@ class pem_reader_t {
   }
 
  private:
+  // An element that is cut off goes as far as the next block.
+  bool read_der(std::vector<input_block_t>& blocks) {
+    const std::size_t begin = std::min(text_.find_first_not_of(padding, at_), text_.size());
+    const std::string_view here = text_.substr(begin);
+    if (!begins_with_element(here)) {
+      return false;
+    }
+    asn_iter_t cur = asn1_iter_(view(here));
+    asn_iter_t content;
+    const bool whole = asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &content);
+    const std::size_t size = whole ? here.size() - cur.len : here.find(pem_begin);
+    blocks.push_back({"", std::string(here.substr(0, size))});
+    at_ = begin + std::min(size, here.size());
+    return true;
+  }
+
   void read_block(std::size_t begin, std::vector<input_block_t>& blocks,
                   std::vector<std::string>& faults) {
     const std::size_t label_at = begin + pem_begin.size();
@@ -181,15 +215,9 @@ std::vector<input_block_t> split_der(const std::string& content, std::string_vie
     begin = cur.ptr;
   }
   rest = std::string_view(content).substr(content.size() - cur.len);
-  const std::size_t padding = rest.find_first_not_of(std::string_view(" \t\r\n\0", 5));
-  rest.remove_prefix(std::min(padding, rest.size()));
+  const std::size_t end = rest.find_first_not_of(padding);
+  rest.remove_prefix(std::min(end, rest.size()));
   return blocks;
-}
-
-bool begins_with_sequence(std::string_view content) {
-  const auto* data = reinterpret_cast<const unsigned char*>(content.data());
-  const auto count = static_cast<unsigned>(content.size());
-  return asn1_decode_header_(asn_tag_t::SEQUENCE, data, count).size != 0;
 }
 
 std::string why_unreadable(std::string_view content) {
@@ -221,15 +249,13 @@ std::vector<input_block_t> split_input(const std::string& file, const std::strin
   if (!elements.empty() && rest.empty()) {
     return elements;
   }
-  std::vector<input_block_t> blocks = split_pem(file, content);
-  if (!blocks.empty()) {
-    // Text may look like DER: '0' is a SEQUENCE's first byte.
-    const auto is_text = [](const input_block_t& b) { return kind_of(b) == kind_t::unknown; };
-    elements.erase(std::remove_if(elements.begin(), elements.end(), is_text), elements.end());
-    std::move(blocks.begin(), blocks.end(), std::back_inserter(elements));
-    return elements;
+  if (content.find(pem_begin) != std::string::npos || content.find(pem_end) != std::string::npos) {
+    std::vector<input_block_t> blocks = split_pem(file, content);
+    if (!blocks.empty()) {
+      return blocks;
+    }
   }
-  if (begins_with_sequence(rest)) {
+  if (header_size(rest) != 0 || starts_with(rest, indefinite_sequence)) {
     elements.push_back({"", std::string(rest)});
   } else if (!elements.empty()) {
     report(file, std::to_string(rest.size()) + " bytes at the end are no DER");
@@ -241,5 +267,12 @@ std::vector<input_block_t> split_input(const std::string& file, const std::strin
 }
 
 std::vector<input_block_t> read_input(const std::string& file) {
-  return split_input(file, read_file(file));
+  std::vector<input_block_t> blocks = split_input(file, read_file(file));
+  for (input_block_t& block : blocks) {
+    std::string der;
+    if (starts_with(block.der, indefinite_sequence) && ber_to_der(view(block.der), der)) {
+      block.der = std::move(der);
+    }
+  }
+  return blocks;
 }

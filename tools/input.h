@@ -22,13 +22,13 @@ struct input_block_t {
   bool encrypted = false;  // by the headers of its PEM block, as in RFC 1421
 };
 
-// What `content` holds: its PEM blocks in order and whatever their labels, wherever they begin; or
-// else its DER elements, the last of which may be cut. Reports what looks like a PEM block and
-// cannot be read, with its line, and DER followed by something else. Throws input_error_t when
-// nothing can be read. `file` is for messages.
+// What `content` holds: its PEM blocks in order and whatever their labels, wherever they begin, and
+// the DER elements before and after them; or else its DER elements. The last one may be cut.
+// Reports what looks like a PEM block and cannot be read, with its line, and DER followed by
+// something else. Throws input_error_t when nothing can be read. `file` is for messages.
 std::vector<input_block_t> split_input(const std::string& file, const std::string& content);
 
-// split_input of read_file.
+// split_input of read_file, with BER turned into DER.
 std::vector<input_block_t> read_input(const std::string& file);
 
 #endif

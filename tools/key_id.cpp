@@ -282,6 +282,7 @@ key_id_t ec_id(const private_key_t& key) {
   if (!read_ec(key, ec)) {
     return id;
   }
+  id.algorithm = ec.curve;
   const curve_t* curve = find_curve(ec.curve);
   if (curve == nullptr) {
     id.value = compressed(ec.point);
@@ -502,7 +503,7 @@ key_id_t id_of_public_key(const blob_t& element) {
   if (!asn_read_pubkey(element.data, static_cast<long>(element.size), key)) {
     return {key_kind_t::other, "", "", "the public key is malformed"};
   }
-  key_id_t id = {find_key_algorithm(dotted_oid(key.alg)).kind, dotted_oid(key.alg), "",
+  key_id_t id = {find_key_algorithm(dotted_oid(key.alg)).kind, "", "",
                  "the public key is malformed"};
   asn_iter_t cur = asn1_iter_(key.key);
   asn_rsa_pubkey_t rsa;
@@ -517,12 +518,14 @@ key_id_t id_of_public_key(const blob_t& element) {
       id.value = read_number(cur, content) ? to_string(content) : "";
       break;
     case key_kind_t::ec:
+      id.algorithm = named_curve(key.params);
       id.value = compressed(to_string(key.key));
       break;
     case key_kind_t::gost:
       id.value = asn1_read_view_(asn_tag_t::OCTET_STRING, &cur, &content) ? to_string(content) : "";
       break;
     default:
+      id.algorithm = dotted_oid(key.alg);
       id.value = to_string(key.key);
       break;
   }
@@ -530,8 +533,8 @@ key_id_t id_of_public_key(const blob_t& element) {
 }
 
 match_t compare(const key_id_t& a, const key_id_t& b) {
-  const bool both_other = a.kind == key_kind_t::other && b.kind == key_kind_t::other;
-  if (a.kind != b.kind || (both_other && a.algorithm != b.algorithm)) {
+  const bool both_named = !a.algorithm.empty() && !b.algorithm.empty();
+  if (a.kind != b.kind || (both_named && a.algorithm != b.algorithm)) {
     return match_t::different;
   }
   if (a.value.empty() || b.value.empty()) {

@@ -44,10 +44,10 @@ bool read_gost_octets(const private_key_t& key, gost_octets_t& out);
 // Bits of the modulus, the curve or the like; 0 when unknown.
 unsigned key_bits(const private_key_t& key);
 
-// What keys are compared by: equal kinds and values are the same key.
+// What keys are compared by: equal kinds, algorithms and values are the same key.
 struct key_id_t {
   key_kind_t kind = key_kind_t::other;
-  std::string algorithm;  // of the kind `other`: its OID
+  std::string algorithm;  // of the kind `ec` its curve, of `other` itself; empty when not named
   std::string value;      // empty when it cannot be told
   std::string why_not;    // then
 };

@@ -13,8 +13,16 @@
 namespace {
 
 bool is_key_block(const input_block_t& block) {
+  const kind_t kind = kind_of(block);
   return block.label == key_label || block.label == encrypted_key_label ||
-         (block.label.empty() && !block.der.empty());
+         (block.label.empty() &&
+          (kind == kind_t::pkcs8 || kind == kind_t::encrypted_pkcs8 || kind == kind_t::unknown));
+}
+
+bool is_key_of_other_form(const input_block_t& block) {
+  const kind_t kind = kind_of(block);
+  return kind == kind_t::pkcs1 || kind == kind_t::sec1 || kind == kind_t::dsa_key ||
+         kind == kind_t::legacy_encrypted_key;
 }
 
 // ---- Description ----
@@ -66,6 +74,11 @@ std::vector<key_file_t> open_key_file(const std::string& file, const password_so
   }
   if (keys.empty()) {
     throw input_error_t(file, "holds no PKCS#8 private key, but " + what_it_is(blocks.front()));
+  }
+  for (const input_block_t& block : blocks) {
+    if (is_key_of_other_form(block)) {
+      note(file + ": passed over " + what_it_is(block));
+    }
   }
   std::vector<encrypted_key_t> encrypted(keys.size());
   bool any_encrypted = false;

@@ -65,13 +65,15 @@ void add_gost_key(record_t& record, const std::string& where, const asn_pubkey_t
   }
 }
 
-// The prime p of DSA or Diffie-Hellman parameters, SEQUENCE { p INTEGER, ... }.
+// The prime p of DSA or Diffie-Hellman parameters, SEQUENCE { p INTEGER, ... }; 0 for the explicit
+// parameters of a curve, which have a version and a SEQUENCE in that place.
 unsigned prime_bits(const blob_t& params) {
   asn_iter_t cur = asn1_iter_(params);
   asn_iter_t sequence;
   asn_iter_t prime;
   return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &sequence) &&
-                 asn1_read_tag_i_(asn_tag_t::INTEGER, &sequence, &prime)
+                 asn1_read_tag_i_(asn_tag_t::INTEGER, &sequence, &prime) &&
+                 asn1_next_is_(asn_tag_t::INTEGER, sequence)
              ? bit_count(asn1_view_(prime))
              : 0;
 }
