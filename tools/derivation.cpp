@@ -6,8 +6,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <iostream>
 #include <utility>
+
+#include "messages.h"
 
 namespace {
 
@@ -253,17 +254,15 @@ deriver_t::progress_t terminal_progress() {
   if (isatty(STDERR_FILENO) == 0) {
     return {};
   }
-  return [noticeable, begin = clock::time_point(), shown = false](std::uint64_t done,
-                                                                  std::uint64_t total) mutable {
-    if (begin == clock::time_point()) {
-      begin = clock::now();
-    }
-    if (done == total) {
-      std::cerr << (shown ? "\r\x1B[K" : "");
-      shown = false;
-    } else if (shown || clock::now() - begin > noticeable) {
-      std::cerr << "\rDeriving keys ... " << 100 * done / total << " %";
-      shown = true;
-    }
-  };
+  return
+      [noticeable, begin = clock::time_point()](std::uint64_t done, std::uint64_t total) mutable {
+        if (begin == clock::time_point()) {
+          begin = clock::now();
+        }
+        if (done == total) {
+          show_progress("");
+        } else if (clock::now() - begin > noticeable) {
+          show_progress("Deriving keys ... " + std::to_string(100 * done / total) + " %");
+        }
+      };
 }

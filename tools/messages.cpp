@@ -9,12 +9,21 @@
 namespace {
 
 bool reported = false;
+bool progress_shown = false;
 
 void print_message(const record_t& record, const std::string& message) {
+  show_progress("");
   std::cerr << (json_output() ? json_line(record) : "pkider: " + printable(message)) + '\n';
 }
 
 }  // namespace
+
+void show_progress(const std::string& line) {
+  if (progress_shown || !line.empty()) {
+    std::cerr << '\r' << line << "\x1B[K";
+    progress_shown = !line.empty();
+  }
+}
 
 void note(const std::string& message) {
   record_t record;

@@ -34,6 +34,9 @@ bool anything_reported();
 // Writes a message in the same way about what is no fault.
 void note(const std::string& message);
 
+// Shows a line on standard error that stays until a message or a record is written; "" ends it.
+void show_progress(const std::string& line);
+
 // Does `work`, and reports an input_error_t that it throws: the command goes on with the next
 // input.
 void attempt(const std::function<void()>& work);

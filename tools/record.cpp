@@ -5,6 +5,7 @@
 #include <iostream>
 #include <nlohmann/json.hpp>
 
+#include "messages.h"
 #include "text.h"
 
 namespace {
@@ -75,6 +76,7 @@ std::string json_line(const record_t& record) {
 }
 
 void print(const record_t& record) {
+  show_progress("");
   if (json_output()) {
     std::cout << json_line(record) << '\n';
   } else {
@@ -83,5 +85,6 @@ void print(const record_t& record) {
 }
 
 void print(const record_t& record, const std::string& line) {
+  show_progress("");
   std::cout << (json_output() ? json_line(record) : line) << '\n';
 }

@@ -228,10 +228,11 @@ std::vector<extract_t> extracts_of(const extraction_t& extraction, opened_t& ope
       open_bags(file, opened.container, opened.password, opened.deriver);
   gost_pbe_t crypto(opened.password, opened.deriver, extraction.writing);
   if (extraction.encrypt) {
-    for (const opened_bag_t& bag : bags) {
-      const bool is_key = bag.bag != nullptr && bag.bag->type == PKCS12_BAG_KEY;
-      opened.deriver.expect(is_key ? extraction.writing.iterations : 0);
-    }
+    const auto count = std::count_if(bags.begin(), bags.end(), [](const opened_bag_t& bag) {
+      return bag.bag != nullptr && bag.bag->type == PKCS12_BAG_KEY;
+    });
+    const auto more = static_cast<std::uint64_t>(std::max<std::ptrdiff_t>(count, 1) - 1);
+    opened.deriver.expect(more * extraction.writing.iterations);
   }
   std::vector<extract_t> extracts;
   unsigned keys = 0;
@@ -333,6 +334,9 @@ std::string belongs_text(const extract_t& key, const std::vector<extract_t>& ext
 void extract(const extraction_t& extraction) {
   check_directory(extraction);
   opened_t opened(extraction.reading.round_limit);
+  if (extraction.encrypt) {
+    opened.deriver.expect(extraction.writing.iterations);  // of one key, as most have
+  }
   open_container(extraction.reading, opened);
   const std::vector<extract_t> extracts = extracts_of(extraction, opened);
   if (extracts.empty()) {
