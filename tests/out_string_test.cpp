@@ -1,7 +1,5 @@
 #include "out_string.h"
 
-#include <pkider/int2str.h>
-
 #include "rows.h"
 
 namespace {

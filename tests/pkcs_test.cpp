@@ -15,16 +15,6 @@ namespace {
 const rows_t file("pkcs.txt", {"calls", "verify", "box", "encrypt", "compute", "written",
                                "computed", "C1", "C3", "C4", "C6", "nothing"});
 
-// What a view may show: what was there before, the input, and the plaintexts.
-std::vector<blob_t> shown;
-
-std::string show(const blob_t& blob) {
-  const bool inside = std::any_of(shown.begin(), shown.end(), [&](const blob_t& one) {
-    return contains(one.data, one.size, blob);
-  });
-  return blob.size == 0 ? "" : inside ? to_hex(bytes_of(blob)) : "outside the input";
-}
-
 std::string show(const pkcs5_pbe_gost_t& pbe) {
   return show(pbe.salt) + "/" + std::to_string(pbe.iterations) + "/" + show(pbe.iv);
 }
@@ -135,6 +125,7 @@ std::string write(const pkcs12_easy_t& model, fake_crypto_t& crypto) {
 std::string read_pfx(const exact_t& in) {
   fake_crypto_t crypto;
   pkcs12_easy_t model;
+  shown.push_back(view(fake_crypto_t::salt));
   if (asn_read_pkcs12_easy(in.data(), in.size(), &crypto, model)) {
     const std::string bags = show(model);
     return bags + (write(model, crypto) == in.bytes() ? " same" : "");
@@ -146,30 +137,20 @@ std::string read_pfx(const exact_t& in) {
                                 std::to_string(model.decrypted_data.size());
 }
 
-const std::map<std::string, std::string (*)(const exact_t&)> readers = {
-    {"pbe", read_pbe},  {"key", read_key},    {"shrouded", read_shrouded}, {"mac", read_mac},
-    {"bags", read_pfx}, {"sealed", read_pfx}, {"pfx", read_pfx},           {"whole", read_pfx}};
-
-std::string read(const std::string& sample, const exact_t& in) {
-  shown = {old, view(fake_crypto_t::salt), {in.size(), in.data()}};
-  return readers.at(sample)(in);
-}
+const readers_t readers = {{"pbe", read_pbe}, {"key", read_key},  {"shrouded", read_shrouded},
+                           {"mac", read_mac}, {"bags", read_pfx}, {"sealed", read_pfx},
+                           {"pfx", read_pfx}, {"whole", read_pfx}};
 
 std::string changed(const row_t& row) {
   std::string text = file.texts.at(row.operation);
   const std::size_t arrow = row.input.find(" -> ");
   text.replace(text.find(row.input.substr(0, arrow)), arrow, row.input.substr(arrow + 4));
-  return read(row.operation, exact_t(from_hex(text)));
-}
-
-std::string tag(const row_t& row) {
-  const auto read_sample = [&](const exact_t& in) { return read(row.argument, in); };
-  const auto n = static_cast<unsigned>(std::stoul(row.input));
-  return with_other_tags(file.texts.at(row.argument), n, read_sample);
+  return read(readers, row.operation, exact_t(from_hex(text)));
 }
 
 TEST(Pkcs, Rows) {
-  operations_t operations = {{"tag", tag}};
+  operations_t operations = {
+      {"tag", [](auto& row) { return with_other_tags(file, row, readers); }}};
   std::map<std::string, long> tags;
   for (const auto& [sample, reader] : readers) {
     operations[sample] = changed;

@@ -46,12 +46,31 @@ inline std::string hex_number(unsigned long long number) {
   return text.str();
 }
 
+// What a view may show: what was there before, the input, and what a test adds.
+inline std::vector<blob_t> shown;
+
+inline std::string show(const blob_t& blob) {
+  const bool inside = std::any_of(shown.begin(), shown.end(), [&](const blob_t& one) {
+    return contains(one.data, one.size, blob);
+  });
+  return blob.size == 0 ? "" : inside ? to_hex(bytes_of(blob)) : "outside the input";
+}
+
+// What reads a sample, and tells its outcome.
+using readers_t = std::map<std::string, std::string (*)(const exact_t&)>;
+
+inline std::string read(const readers_t& readers, const std::string& sample, const exact_t& in) {
+  shown = {old, {in.size(), in.data()}};
+  return readers.at(sample)(in);
+}
+
 // What reading gives with every other identifier octet of one element in turn: one outcome, in
 // which
 // "__" stands for the octet itself, or the first and the last of several. The element is the Nth
 // "XX(" of a text for from_hex.
-template <class Read>
-std::string with_other_tags(std::string text, unsigned n, const Read& read) {
+inline std::string with_other_tags(const rows_t& file, const row_t& row, const readers_t& readers) {
+  std::string text = file.texts.at(row.argument);
+  unsigned long n = std::stoul(row.input);
   std::size_t at = text.find('(');
   while (--n != 0) {
     at = text.find('(', at + 1);
@@ -65,13 +84,14 @@ std::string with_other_tags(std::string text, unsigned n, const Read& read) {
     const std::string other = to_hex(std::string(1, static_cast<char>(tag)));
     if (other != own) {
       *octet = static_cast<char>(tag);
-      outcomes[other] = read(exact_t(der));
+      outcomes[other] = read(readers, row.argument, exact_t(der));
     }
   }
   const std::string& first = outcomes.begin()->second;
   const std::string& last = outcomes.rbegin()->second;
-  const auto shown = std::mismatch(first.begin(), first.end(), last.begin(), last.end()).first;
-  const auto place = static_cast<std::size_t>(shown - first.begin());
+  const auto octet_shown =
+      std::mismatch(first.begin(), first.end(), last.begin(), last.end()).first;
+  const auto place = static_cast<std::size_t>(octet_shown - first.begin());
   std::set<std::string> told;
   for (auto& [other, outcome] : outcomes) {
     told.insert(outcome.compare(place, 2, other) == 0 ? outcome.replace(place, 2, "__") : outcome);

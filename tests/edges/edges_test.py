@@ -54,6 +54,17 @@ def fail_allocations(arguments, step):
     expect(running, arguments, "no allocation failed")
 
 
+def contents(folder):
+    return {file.name: file.read_bytes() for file in folder.iterdir()}
+
+
+def fill(folder, files):
+    for file in folder.iterdir():
+        file.unlink()
+    for name, content in files.items():
+        (folder / name).write_bytes(content)
+
+
 def change_files():
     """Files are what they were or what they are to be; a command that goes on leaves no others."""
     with tempfile.TemporaryDirectory() as directory:
@@ -61,17 +72,15 @@ def change_files():
         arguments = ["p12", "extract", QUICK, "--overwrite", "--out", str(folder), *PASSWORD]
         whole = run(arguments, "none", 0)
         expect(whole.returncode == 0, whole)
-        new = {file.name: file.read_bytes() for file in folder.iterdir()}
+        new = contents(folder)
+        old = dict.fromkeys(new, b"old")
         expect(len(new) == 2, new)
         for kind, status in [("full", 1), ("SIGTERM", -signal.SIGTERM), ("SIGKILL", -signal.SIGKILL)]:
             number, done = 0, None
             while number == 0 or "no fault" not in done.stderr:
-                for file in folder.iterdir():
-                    file.unlink()
-                for name in new:
-                    (folder / name).write_bytes(b"old")
+                fill(folder, old)
                 done = run(arguments, kind, number)
-                found = {file.name: file.read_bytes() for file in folder.iterdir()}
+                found = contents(folder)
                 whole = all(found.get(name) in (b"old", new[name]) for name in new)
                 strays = [] if kind == "SIGKILL" else sorted(set(found) - set(new))
                 expect(done.returncode in (0, status) and whole and not strays, kind, number, done,
@@ -79,14 +88,10 @@ def change_files():
                 expect(done.returncode != 0 or found == new, kind, number, "not written")
                 number += 1
             expect(number > 8, kind, "only", number, "calls")
-
-        def limit():
-            resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100))
-        for name in new:
-            (folder / name).write_bytes(b"old")
-        run(arguments, "none", 0, preexec_fn=limit)
-        expect({file.name: file.read_bytes() for file in folder.iterdir()} ==
-               dict.fromkeys(new, b"old"), "over the limit of file sizes")
+        fill(folder, old)
+        run(arguments, "none", 0,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (100, 100)))
+        expect(contents(folder) == old, "over the limit of file sizes")
 
 
 def fill_output():
