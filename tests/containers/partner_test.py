@@ -40,11 +40,6 @@ def pem(text, label):
     return re.findall(f"-----BEGIN {label}-----\n.*?-----END {label}-----\n", text, re.S)
 
 
-def check(what, condition):
-    if not condition:
-        raise AssertionError(what)
-
-
 def der(text):
     """Bytes from hex, tag(content) for an element."""
     text = text.replace(" ", "")
@@ -71,8 +66,8 @@ def exchange(kind, algorithms, at):
         certtool(f"--generate-self-signed --load-privkey {name} --no-text --template template "
                  f"--outfile {name}.crt")
     shown = run(PKIDER, "cert", "key.crt", cwd=at)
-    check("certificate", "CN=Имя key\n" in shown and algorithms.split(";") == re.findall(
-        r"^(?:public key|key parameters|digest parameters|signature): *(.*?)(?: \(.*)?$", shown, re.M))
+    assert "CN=Имя key\n" in shown and algorithms.split(";") == re.findall(
+        r"^(?:public key|key parameters|digest parameters|signature): *(.*?)(?: \(.*)?$", shown, re.M)
     key, cert, other = ((at / name).read_text() for name in ["key", "key.crt", "other.crt"])
     dump = run("certtool", "-k", "--infile", "key", cwd=at)
     key_id = re.search("sha1:(.*)", dump)[1].upper()
@@ -80,8 +75,8 @@ def exchange(kind, algorithms, at):
     dump = re.search(r"^private key:\n((?:\t[0-9a-f:]*\n)+)", dump, re.M)[1]
     octets = "".join(reversed(re.findall("[0-9a-f]{2}", dump))).upper()
     revealed = f"key octets:        {octets}\n"
-    check("octets", revealed in pkider("key show key --reveal"))
-    check("not revealed", octets not in pkider("key show key"))
+    assert revealed in pkider("key show key --reveal"), "octets"
+    assert octets not in pkider("key show key"), "not revealed"
 
     # certtool to pkider: its containers take 600,000 rounds for each password, one kind will do
     if kind == "gost12-256":
@@ -90,10 +85,10 @@ def exchange(kind, algorithms, at):
                  "--outfile their.p12 --pkcs-cipher gost28147-tc26z --hash streebog-256")
         pkider("p12 extract their.p12 --out out --max-iterations 2400000")
         names = ["key-1.pem", "cert-1.pem", "cert-2.pem"]
-        check("extracted", [key, cert, other] == [(at / "out" / name).read_text() for name in names])
+        assert [key, cert, other] == [(at / "out" / name).read_text() for name in names], "extracted"
         certtool("--to-p8 --load-privkey key --outfile their.p8 --pkcs-cipher gost28147-cpa "
                  "--hash gostr341194")
-        check("their PKCS#8", revealed in pkider("key show their.p8 --reveal"))
+        assert revealed in pkider("key show their.p8 --reveal"), "their PKCS#8"
         key_forms(at, bytes.fromhex(octets))
 
     # pkider to certtool
@@ -101,25 +96,25 @@ def exchange(kind, algorithms, at):
     for flags in ["", "--plain-certs"]:
         pkider(f"{create} our.p12 --overwrite {flags}")
         listing = certtool("--p12-info --inder --infile our.p12")
-        check("key of ours", pem(listing, "PRIVATE KEY") == [key])
-        check("certificates of ours", sorted(pem(listing, "CERTIFICATE")) == sorted([cert, other]))
+        assert pem(listing, "PRIVATE KEY") == [key], "key of ours"
+        assert sorted(pem(listing, "CERTIFICATE")) == sorted([cert, other]), "certificates of ours"
         shown = re.findall("name: *Имя\nlocal key id: *(.*)\n", pkider("p12 show our.p12"))
         theirs = re.findall("Friendly name: Имя\n\tKey ID: (.*)\n", listing)
-        check("names", shown == [key_id] * 2 == [name.replace(":", "") for name in theirs])
+        assert shown == [key_id] * 2 == [name.replace(":", "") for name in theirs], "names"
     pkider("p12 extract our.p12 --out shut --encrypt --iterations 2001")
-    check("mode", (at / "shut/key-1.pem").stat().st_mode & 0o777 == 0o600)
+    assert (at / "shut/key-1.pem").stat().st_mode & 0o777 == 0o600, "mode"
     opened = certtool("--pubkey-info --load-privkey shut/key-1.pem")
-    check("encrypted key of ours", "sha1:" + key_id.lower() in opened)
+    assert "sha1:" + key_id.lower() in opened, "encrypted key of ours"
 
     # openssl
     if HAS_GOST:
         openssl = "openssl pkcs12 -engine gost -passin env:PASSWORD"
         run(*f"{openssl} -in our.p12 -nodes -out theirs".split(), cwd=at)
-        check("openssl's view", set(pem((at / "theirs").read_text(), "CERTIFICATE")) == {cert, other})
+        assert set(pem((at / "theirs").read_text(), "CERTIFICATE")) == {cert, other}, "openssl's view"
         run(*f"{openssl} -export -in theirs -passout env:PASSWORD -keypbe gost89 -certpbe gost89 "
             "-macalg md_gost94 -out o.p12".split(), cwd=at)
         pkider("p12 extract o.p12 --out o")
-        check("octets by openssl", revealed in pkider("key show o/key-1.pem --reveal"))
+        assert revealed in pkider("key show o/key-1.pem --reveal"), "octets by openssl"
 
     # What must not work
     (at / "mixed").mkdir()
@@ -130,13 +125,13 @@ def exchange(kind, algorithms, at):
     for line, status, variable, err in ROWS["refused"]:
         line += f" --password-env {variable}" if variable else ""
         run(PKIDER, *line.format(create=create).split(), status=int(status), err=err, cwd=at)
-    check("left over", sorted(p.name for p in at.glob("*new*")) == [])
+    assert sorted(p.name for p in at.glob("*new*")) == [], "left over"
     (at / "our.p12").chmod(0o640)
     pkider(create + " our.p12 --overwrite")
-    check("mode kept", (at / "our.p12").stat().st_mode & 0o777 == 0o640)
+    assert (at / "our.p12").stat().st_mode & 0o777 == 0o640, "mode kept"
     certtool("--p12-info --inder --infile our.p12", "no", status=1, err="verify_mac")
     pkider(create + " native.p12 --native")
-    check("native", "private key" in pkider("p12 show native.p12"))
+    assert "private key" in pkider("p12 show native.p12"), "native"
     certtool("--p12-info --inder --infile native.p12", status=1)
 
 
@@ -171,7 +166,7 @@ def open_foreign(at):
         done = shell(f"rm -rf out; {PKIDER} p12 extract {file} --out out --password-env "
                      f"{'WRONG' if err else 'PASSWORD'}", status=1 if err else 0, err=err)
         if not err:
-            check(f"pairs {file}", ", of cert-1.pem" in done)
+            assert ", of cert-1.pem" in done, f"pairs {file}"
             shell(f"""
                 for key in {key}.key out/key-1.pem; do openssl pkey -in $key -outform DER -out $key.der; done
                 cmp {key}.key.der out/key-1.pem.der
@@ -219,12 +214,12 @@ def open_foreign(at):
     (at / "x.p12").write_bytes(der(container))
     extract("x.p12", "ec", "x.p12: left out a certificate revocation list")
     bags = re.findall("bag: *(.*)", shell(f"{PKIDER} p12 show x.p12 --password-env PASSWORD"))
-    check("other bags", bags == told.split(";"))
+    assert bags == told.split(";"), "other bags"
     # Keys are compared with all certificates.
     shell("cat *.crt >all")
     for key in at.glob("*.key"):
         found = shell(f"{PKIDER} key match --key {key.name} --cert all").splitlines()
-        check(f"{key}: {found}", len(found) == 1)
+        assert len(found) == 1, f"{key}: {found}"
     shell(f"{PKIDER} key match --key rsa.key --cert ec.crt", status=1,
           err="none of the certificates belongs to this key")
 
@@ -244,11 +239,10 @@ def key_forms(at, octets):
         run(PKIDER, *"key match --key form --cert key.crt".split(), status=1 if err else 0, err=err, cwd=at)
     [[key, size]] = ROWS["rsa"]
     (at / "big").write_bytes(der(key.format(**values)))
-    check("RSA", size in run(PKIDER, "key", "show", "big", cwd=at))
+    assert size in run(PKIDER, "key", "show", "big", cwd=at), "RSA"
 
 
-check("operations of the rows", ROWS.keys() == set(
-    "kind key openssl certtool form refused bags rsa pbmac1".split()))
+assert ROWS.keys() == set("kind key openssl certtool form refused bags rsa pbmac1".split()), ROWS.keys()
 with tempfile.TemporaryDirectory() as directory, \
         concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
     def start(test, *args):
