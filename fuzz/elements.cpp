@@ -21,13 +21,13 @@ void check_builder(unsigned char tag, const std::string& content) {
 
   const exact_t element(encoded);
   unsigned length = 0;
-  const auto type = asn_tag_t::Type{tag};
-  const unsigned char* const read = asn1_read_tag(type, element.data(), element.size(), &length);
+  const auto find = [&](unsigned type, unsigned size) {
+    return asn1_read_tag(asn_tag_t::Type{type}, element.data(), size, &length);
+  };
+  const unsigned char* const read = find(tag, element.size());
   law(read != nullptr && bytes_of(blob_t{length, read}) == content);
-  law(asn1_read_tag(type, element.data(), element.size() - 1, &length) == nullptr);
-  law(asn1_read_tag(asn_tag_t::Type{tag ^ 1U}, element.data(), element.size(), &length) ==
-          nullptr ||
-      tag == 1);
+  law(find(tag, element.size() - 1) == nullptr);
+  law(tag == 1 || find(tag ^ 1U, element.size()) == nullptr);
 }
 
 // Below, on and above the limit that the number needs.

@@ -4,7 +4,6 @@
 #ifndef PKIDER_FUZZ_LAWS_H
 #define PKIDER_FUZZ_LAWS_H
 
-#include <cstdint>
 #include <cstdlib>
 
 #include <pkider/asn_reader.h>

@@ -137,8 +137,7 @@ inline std::string print_name(const name_t& name, bool reverse) {
     for (const attribute_t& a : rdn) {
       attributes += (attributes.empty() ? "" : "+") + std::string(a.name) + '=' + a.text;
     }
-    const char* const comma = text.empty() ? "" : ",";
-    text = reverse ? attributes + comma + text : text + comma + attributes;
+    text = text.empty() ? attributes : reverse ? attributes + ',' + text : text + ',' + attributes;
   }
   return text;
 }
@@ -163,7 +162,7 @@ constexpr char specials[] = "\"#+,;<=>\\";
 
 // PrintableString, IA5String or UTF8String.
 inline std::string encode_text(const std::string& text) {
-  const bool ascii = std::all_of(text.begin(), text.end(), [](char c) { return (c & 0x80) == 0; });
+  const bool ascii = std::none_of(text.begin(), text.end(), [](signed char c) { return c < 0; });
   return der(all_of(text, printable) ? 0x13 : ascii ? 0x16 : 0x0C, text);
 }
 

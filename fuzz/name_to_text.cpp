@@ -21,10 +21,8 @@ void check(const exact_t& der, oid_map_handle_t map) {
   const bool printed = print(der, DN_ORDER_DIRECT, map, direct);
   law(printed == print(der, DN_ORDER_REVERSE, map, reverse));
   // Text ends at a zero byte, but a value may hold one.
-  if (!printed || direct.find('\0') != std::string::npos) {
-    return;
-  }
-  law(printable_dn_reverse(direct.data()) != nullptr && direct == reverse);
+  law(!printed || direct.find('\0') != direct.npos ||
+      (printable_dn_reverse(direct.data()) != nullptr && direct == reverse));
 }
 
 // The text of a name made of pieces is what the rules say, and leads to the same values.
@@ -40,13 +38,11 @@ void check_known(model::pieces_t pieces) {
     const model::text_t value = model::to_utf8(tag, octets);
     valid = valid && value;
     whole = whole && value && value->find('\0') == std::string::npos;
-    a.value = a.reread = der(tag, octets);
-    a.text = tag == 0x1A ? "#" : model::escape(value.value_or(""));
-    if (tag != 0x1A) {
-      a.reread = model::encode_text(value.value_or(""));
-      continue;
-    }
-    for (const char c : a.value) {
+    const std::string shown = value.value_or("");
+    a.value = der(tag, octets);
+    a.reread = tag == 0x1A ? a.value : model::encode_text(shown);
+    a.text = tag == 0x1A ? "#" : model::escape(shown);
+    for (const char c : tag == 0x1A ? a.value : "") {
       a.text += to_hex(&c, 1);
     }
   }

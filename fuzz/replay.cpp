@@ -11,30 +11,28 @@
 #include <future>
 #include <iostream>
 #include <iterator>
-#include <map>
 #include <vector>
 
 #include "laws.h"
 
 namespace {
 
-struct entry_t {
+constexpr struct {
+  const char* name;
   harness_t* run;
   std::size_t steering;  // bytes at the front that are not input to a reader
-};
-
-const std::map<std::string, entry_t> harnesses = {
-    {"containers", {harness_containers, 0}},
-    {"elements", {harness_elements, 4}},
-    {"keys", {harness_keys, 0}},
-    {"name_to_text", {harness_name_to_text, 0}},
-    {"oids", {harness_oids, 0}},
+} harnesses[] = {
+    {"containers", harness_containers, 0},
+    {"elements", harness_elements, 4},
+    {"keys", harness_keys, 0},
+    {"name_to_text", harness_name_to_text, 0},
+    {"oids", harness_oids, 0},
 #ifdef HAVE_PEERS
-    {"peers", {harness_peers, 0}},
+    {"peers", harness_peers, 0},
 #endif
-    {"t61", {harness_t61, 4}},
-    {"text_to_name", {harness_text_to_name, 0}},
-    {"times", {harness_times, 8}},
+    {"t61", harness_t61, 4},
+    {"text_to_name", harness_text_to_name, 0},
+    {"times", harness_times, 8},
 };
 
 void run(harness_t* harness, const std::string& bytes) {
@@ -55,14 +53,14 @@ void run_damaged(harness_t* harness, std::string bytes) {
 
 // Every input of up to two bytes, and of three every `step`-th.
 void run_small(unsigned step) {
-  for (const auto& [name, harness] : harnesses) {
+  for (const auto& [name, harness, steering] : harnesses) {
     for (unsigned size = 0; size <= 3; ++size) {
       for (unsigned n = 0; n >> 8 * size == 0; n += size == 3 ? step : 1) {
-        std::string bytes(harness.steering, '\0');
+        std::string bytes(steering, '\0');
         for (unsigned i = 0; i < size; ++i) {
           bytes += static_cast<char>(n >> 8 * i);
         }
-        run(harness.run, bytes);
+        run(harness, bytes);
       }
     }
     std::cout << name << std::endl;
@@ -76,17 +74,18 @@ int main(int, char** argv) {
     run_small(static_cast<unsigned>(step));
     return 0;
   }
+  const std::filesystem::path corpus = argv[1];
   std::vector<std::pair<harness_t*, std::string>> inputs;
-  for (const auto& [name, harness] : harnesses) {
-    for (const auto& file : std::filesystem::directory_iterator(argv[1] + ('/' + name))) {
+  for (const auto& [name, harness, steering] : harnesses) {
+    for (const auto& file : std::filesystem::directory_iterator(corpus / name)) {
       std::cout << file.path().native() << std::endl;  // the last one shown is the culprit
       std::ifstream in(file.path(), std::ios::binary);
       const std::string bytes(std::istreambuf_iterator<char>(in), {});
-      run(harness.run, bytes);
+      run(harness, bytes);
       if (argv[2] == nullptr) {
-        run_damaged(harness.run, bytes);
+        run_damaged(harness, bytes);
       }
-      inputs.emplace_back(harness.run, bytes);
+      inputs.emplace_back(harness, bytes);
     }
   }
   std::cout << inputs.size() << " files, in threads" << std::endl;
