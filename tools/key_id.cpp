@@ -204,7 +204,7 @@ key_id_t rsa_id(const private_key_t& key) {
   blob_t modulus;
   blob_t exponent;
   if (!read_rsa(key.octets, modulus, exponent)) {
-    return {key_kind_t::rsa, "", "", "the key is malformed"};
+    return {key_kind_t::rsa, "", "", malformed_key};
   }
   return {key_kind_t::rsa, "", rsa_value(modulus, exponent), ""};
 }
@@ -219,7 +219,7 @@ bool read_dsa_parameters(const blob_t& params, blob_t& p, blob_t& q, blob_t& g) 
 
 key_id_t dsa_id(const private_key_t& key) {
   constexpr unsigned max_bits = 16384;
-  key_id_t id = {key_kind_t::dsa, "", "", "the key is malformed"};
+  key_id_t id = {key_kind_t::dsa, "", "", malformed_key};
   asn_iter_t cur = asn1_iter_(key.octets);
   blob_t p;
   blob_t q;
@@ -277,7 +277,7 @@ bool read_ec(const private_key_t& key, ec_key_t& out) {
 }
 
 key_id_t ec_id(const private_key_t& key) {
-  key_id_t id = {key_kind_t::ec, "", "", "the key is malformed"};
+  key_id_t id = {key_kind_t::ec, "", "", malformed_key};
   ec_key_t ec;
   if (!read_ec(key, ec)) {
     return id;
@@ -334,7 +334,7 @@ secret_t edwards_number(const secret_t& seed, bool is_448) {
 }
 
 key_id_t edwards_id(const private_key_t& key, unsigned bits) {
-  key_id_t id = {key_kind_t::edwards, "", "", "the key is malformed"};
+  key_id_t id = {key_kind_t::edwards, "", "", malformed_key};
   const bool is_448 = bits > 256;
   const std::size_t size = bits / 8;
   secret_t seed;
@@ -353,7 +353,7 @@ key_id_t edwards_id(const private_key_t& key, unsigned bits) {
 }
 
 key_id_t montgomery_id(const private_key_t& key, unsigned bits) {
-  key_id_t id = {key_kind_t::montgomery, "", "", "the key is malformed"};
+  key_id_t id = {key_kind_t::montgomery, "", "", malformed_key};
   const std::size_t size = bits / 8;
   secret_t scalar;
   if (read_curve_key(key, size, scalar)) {
@@ -367,7 +367,7 @@ key_id_t montgomery_id(const private_key_t& key, unsigned bits) {
 }
 
 key_id_t gost_id(const private_key_t& key, unsigned bits) {
-  key_id_t id = {key_kind_t::gost, "", "", "the key is malformed"};
+  key_id_t id = {key_kind_t::gost, "", "", malformed_key};
   gost_param_sets_t sets;
   gost_octets_t octets;
   if (!read_gost_param_sets(key.params, sets) || !read_gost_octets(key, octets)) {

@@ -52,6 +52,9 @@ struct key_id_t {
   std::string why_not;    // then
 };
 
+// The reason of a private key that goes with nothing, whatever was asked for.
+constexpr char malformed_key[] = "the key is malformed";
+
 key_id_t public_id_of(const private_key_t& key);
 
 // Of a SubjectPublicKeyInfo element.

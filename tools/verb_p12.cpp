@@ -413,6 +413,9 @@ std::vector<creation_certificate_t> read_certificates(const std::vector<std::str
 creation_certificate_t& certificate_for(const creation_t& creation, const key_file_t& key,
                                         std::vector<creation_certificate_t>& certificates) {
   const key_id_t id = public_id_of(private_key_at(key.where, view(key.der)));
+  if (id.value.empty() && id.why_not == malformed_key) {
+    throw input_error_t(key.where, malformed_key);
+  }
   creation_certificate_t* candidate = nullptr;
   for (creation_certificate_t& certificate : certificates) {
     const match_t match = compare(id, certificate.id);
