@@ -108,7 +108,7 @@ int run(int argc, char** argv) {
   } catch (const CLI::Success& e) {
     return app.exit(e);
   } catch (const CLI::ParseError& e) {
-    note(usage_fault(app, e));
+    report(usage_fault(app, e));
     return status_wrong_usage;
   }
   return 0;
@@ -136,6 +136,8 @@ int main(int argc, char** argv) {
     report(std::string("standard output: ") + std::strerror(why));
   } catch (const std::bad_alloc&) {
     report("out of memory");
+  } catch (const input_error_t& e) {
+    report(e.file(), e.wrong());
   } catch (const std::exception& e) {
     report(e.what());
   }

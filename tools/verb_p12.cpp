@@ -41,13 +41,18 @@ struct reading_t {
   std::uint64_t round_limit = default_round_limit;
 };
 
-// DER or BER, or a PEM block as certtool writes it.
+// DER or BER, or a PEM block as certtool writes it; another one where there is none, to tell what
+// it is.
 std::string container_der(const std::string& file) {
   std::string content = read_file(file);
-  if (content.rfind("-----BEGIN PKCS12-----", 0) == 0) {
-    return split_input(file, content).front().der;
+  if (content.rfind(static_cast<char>(asn_tag_t::SEQUENCE), 0) == 0) {
+    return content;
   }
-  return content;
+  const std::vector<input_block_t> blocks = split_input(file, content);
+  const auto container = std::find_if(blocks.begin(), blocks.end(), [](const input_block_t& block) {
+    return block.label == "PKCS12";
+  });
+  return container == blocks.end() ? blocks.front().der : container->der;
 }
 
 // A container whose MAC was checked, with what goes on with its password.
@@ -348,8 +353,15 @@ void extract(const extraction_t& extraction) {
     outputs.push_back(each.output);
   }
   check_not_mixed(extraction.directory, extracts);
-  make_directory(extraction.directory);
-  write_outputs(outputs, extraction.overwrite);
+  const bool made = make_directory(extraction.directory);
+  try {
+    write_outputs(outputs, extraction.overwrite);
+  } catch (const input_error_t&) {
+    if (made) {
+      rmdir(extraction.directory.c_str());  // which it lets be unless it is empty
+    }
+    throw;
+  }
   for (const extract_t& each : extracts) {
     const std::string belongs = each.is_key ? belongs_text(each, extracts) : "";
     record_t record;
