@@ -2,7 +2,7 @@
 // one of its bits, named on the way; then all files in many threads at once, of which each begins
 // elsewhere.
 //
-// With "intact" after the folder nothing is damaged: threads are all that ThreadSanitizer looks at.
+// With a number after the folder, damage is done at every so many-th byte only: for slow tools.
 //
 // With a number instead of a folder: all inputs of up to two bytes, and every so many-th of three.
 
@@ -39,8 +39,8 @@ void run(harness_t* harness, const std::string& bytes) {
   harness(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
 }
 
-void run_damaged(harness_t* harness, std::string bytes) {
-  for (std::size_t n = 0; n < bytes.size(); ++n) {
+void run_damaged(harness_t* harness, std::string bytes, std::size_t step) {
+  for (std::size_t n = 0; n < bytes.size(); n += step) {
     run(harness, bytes.substr(0, n));
     const char good = bytes[n];
     for (int bit = 1; bit < 0x100; bit <<= 1) {
@@ -75,6 +75,7 @@ int main(int, char** argv) {
     return 0;
   }
   const std::filesystem::path corpus = argv[1];
+  const std::size_t damaged_step = argv[2] == nullptr ? 1 : std::stoul(argv[2]);
   std::vector<std::pair<harness_t*, std::string>> inputs;
   for (const auto& [name, harness, steering] : harnesses) {
     for (const auto& file : std::filesystem::directory_iterator(corpus / name)) {
@@ -82,9 +83,7 @@ int main(int, char** argv) {
       std::ifstream in(file.path(), std::ios::binary);
       const std::string bytes(std::istreambuf_iterator<char>(in), {});
       run(harness, bytes);
-      if (argv[2] == nullptr) {
-        run_damaged(harness, bytes);
-      }
+      run_damaged(harness, bytes, damaged_step);
       inputs.emplace_back(harness, bytes);
     }
   }

@@ -74,8 +74,8 @@ struct string_end_t {
 
 constexpr unsigned few_octets = 256;
 
-inline string_end_t end_of(std::string& s) {
-  return {&s, reinterpret_cast<unsigned char*>(s.data()) + s.size(), 0};
+inline string_end_t end_of(std::string* s) {
+  return {s, reinterpret_cast<unsigned char*>(s->data()) + s->size(), 0};
 }
 // What was not needed of the string's zeroes goes.
 inline void trim(string_end_t p) {
@@ -91,7 +91,7 @@ inline string_end_t put(string_end_t p, const unsigned char* octets, unsigned co
   if (count > few_octets) {
     trim(p);
     p.s->append(reinterpret_cast<const char*>(octets), count);
-    return end_of(*p.s);
+    return end_of(p.s);
   }
   if (p.zeroes < count) {
     p = make_zeroes(p);
@@ -354,7 +354,7 @@ void append_large(std::string& out, const Part& part) {
     return;
   }
   reserve_string_(out, size32_(part.size()));
-  trim(part.write(end_of(out)));
+  trim(part.write(end_of(&out)));
 }
 
 // Replaces a string, which may hold what the part shows.
