@@ -25,6 +25,26 @@ bool is_key_of_other_form(const input_block_t& block) {
          kind == kind_t::legacy_encrypted_key;
 }
 
+// The keys of a file, plain or still encrypted. Keys in other forms are told of.
+std::vector<key_file_t> read_key_blocks(const std::string& file) {
+  const std::vector<input_block_t> blocks = read_input(file);
+  std::vector<key_file_t> keys;
+  for (const input_block_t& block : blocks) {
+    if (is_key_block(block)) {
+      keys.push_back({file, block.der, ""});
+    }
+  }
+  if (keys.empty()) {
+    throw input_error_t(file, "holds no PKCS#8 private key, but " + what_it_is(blocks.front()));
+  }
+  for (const input_block_t& block : blocks) {
+    if (is_key_of_other_form(block)) {
+      note(file + ": passed over " + what_it_is(block));
+    }
+  }
+  return keys;
+}
+
 // ---- Description ----
 
 std::string size_text(unsigned bits) {
@@ -65,21 +85,7 @@ private_key_t private_key_at(const std::string& where, const blob_t& der) {
 
 std::vector<key_file_t> open_key_file(const std::string& file, const password_source_t& source,
                                       deriver_t& deriver) {
-  std::vector<input_block_t> blocks = read_input(file);
-  std::vector<key_file_t> keys;
-  for (const input_block_t& block : blocks) {
-    if (is_key_block(block)) {
-      keys.push_back({file, block.der, ""});
-    }
-  }
-  if (keys.empty()) {
-    throw input_error_t(file, "holds no PKCS#8 private key, but " + what_it_is(blocks.front()));
-  }
-  for (const input_block_t& block : blocks) {
-    if (is_key_of_other_form(block)) {
-      note(file + ": passed over " + what_it_is(block));
-    }
-  }
+  std::vector<key_file_t> keys = read_key_blocks(file);
   std::vector<encrypted_key_t> encrypted(keys.size());
   bool any_encrypted = false;
   for (std::size_t i = 0; i < keys.size(); ++i) {
