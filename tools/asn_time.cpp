@@ -42,15 +42,15 @@ void skip_fraction(std::string_view& text) {
 // "Z", "+0300", "+03" or nothing.
 bool read_zone(std::string_view text, bool& local, int& minutes_ahead) {
   local = text.empty();
-  if (local || text == "Z") {
+  if (text.empty() || text == "Z") {
     return true;
   }
   const char sign = text.front();
-  text.remove_prefix(1);
+  std::string_view digits = text.substr(1);
   int hours = 0;
   int minutes = 0;
-  if ((sign != '+' && sign != '-') || !take_number(text, 2, hours) ||
-      (!text.empty() && (!take_number(text, 2, minutes) || !text.empty()))) {
+  if ((sign != '+' && sign != '-') || !take_number(digits, 2, hours) ||
+      (!digits.empty() && (!take_number(digits, 2, minutes) || !digits.empty()))) {
     return false;
   }
   minutes_ahead = (hours * minutes_per_hour + minutes) * (sign == '-' ? -1 : 1);

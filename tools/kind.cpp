@@ -105,8 +105,8 @@ std::string what_unknown_is(const input_block_t& block) {
   const asn_iter_t cur = asn1_iter_(view(block.der));
   const asn1_header_t header = asn1_decode_header_(asn_tag_t::SEQUENCE, cur.ptr, cur.len);
   if (header.size != 0 && header.len > cur.len - header.size) {
-    return "cut off after " + std::to_string(cur.len) + " of " +
-           std::to_string(std::uint64_t{header.size} + header.len) + " bytes";
+    const std::uint64_t whole = std::uint64_t{header.size} + header.len;
+    return "cut off after " + std::to_string(cur.len) + " of " + std::to_string(whole) + " bytes";
   }
   return "something unknown, or damaged: pkider dump FILE shows how far it is DER";
 }
