@@ -1,8 +1,8 @@
 // Wraps a digest in a DigestInfo, and looks algorithms up by code, by name and by OID.
+#include <iostream>
+
 #include <pkider/asn_helper.h>
 #include <pkider/asn_oidmap.h>
-
-#include <iostream>
 
 int main() {
   // By name: the table gives the code, or 0 for what it does not know.

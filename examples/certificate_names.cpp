@@ -1,9 +1,9 @@
 // Prints the names in a certificate, DER on standard input, walking it with asn1_read_tag alone.
-#include <pkider/asn_printable.h>
-#include <pkider/asn_reader.h>
-
 #include <iostream>
 #include <iterator>
+
+#include <pkider/asn_printable.h>
+#include <pkider/asn_reader.h>
 
 // Takes the next element off `cursor`. The test that asn1_read_tag makes can wrap, so the length is
 // compared with what remains before it is used.

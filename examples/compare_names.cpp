@@ -1,7 +1,7 @@
 // Tells whether two distinguished names, however written, are the same.
-#include <pkider/asn_printable.h>
-
 #include <iostream>
+
+#include <pkider/asn_printable.h>
 
 int main(int argc, char** argv) {
   if (argc != 3) {

@@ -1,9 +1,10 @@
 // Makes a PKCS#12 container and opens it. The cryptography of the object is a toy, but its care is
 // what every such object needs; tools/gost_pbe.cpp is a real one.
-#include <pkider/pkcs12_helper.h>
 #include <string.h>
 
 #include <iostream>
+
+#include <pkider/pkcs12_helper.h>
 
 using bytes = const unsigned char*;
 

@@ -2,12 +2,13 @@
 // their encrypted parts. Copies a container (PKCS#12 or PKCS#8) and adds the NULL parameters.
 //
 // A program reads the copy. Two things are left to its pbe_crypto_t object: verify_mac computes the
-// MAC over the container as it came (keep that element; the copy's MAC is wrong), and decrypt passes
-// its plaintext through with_parameters, too, where shrouded keys may be. Wipe what passed through.
-#include <pkider/asn_tag.h>
-
+// MAC over the container as it came (keep that element; the copy's MAC is wrong), and decrypt
+// passes its plaintext through with_parameters, too, where shrouded keys may be. Wipe what passed
+// through.
 #include <iostream>
 #include <iterator>
+
+#include <pkider/asn_tag.h>
 
 using bytes = const unsigned char*;
 

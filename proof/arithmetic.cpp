@@ -113,7 +113,7 @@ void build() {
 
 }  // namespace
 
-#include "../../src/asn_reader.cpp"
+#include "../src/asn_reader.cpp"
 
 int main() {
   read_elements();

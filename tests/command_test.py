@@ -27,25 +27,20 @@ def run(*args):
     return done.returncode, done.stdout, done.stderr
 
 
-def rows(file):
-    """The rows of a file of tests/data, each with its place and its reason: the comment above it."""
-    reason = ""
-    for number, line in enumerate(Path(ROOT, file).read_text().splitlines(), 1):
-        if line and not line.startswith("#"):
-            yield f"{file}:{number}: {reason}", line, bool(reason)
-        else:
-            reason = line[2:]
-
-
 def fields(text):
     return dict(re.findall(r"^ *([\w ]+?) *[:=] *(.*)$", text, re.M))
 
 
 class Command(unittest.TestCase):
     def test_runs(self):
-        for where, row, has_reason in rows("tests/data/command.txt"):
-            with self.subTest(where):
-                self.assertTrue(has_reason)
+        """The rows of a file, each after its reason."""
+        file, reason = "tests/data/command.txt", ""
+        for number, row in enumerate(Path(ROOT, file).read_text().splitlines(), 1):
+            if not row or row.startswith("#"):
+                reason = row[2:]
+                continue
+            with self.subTest(f"{file}:{number}: {reason}"):
+                self.assertTrue(reason)
                 command, status, out, err = row.rsplit("|", 3)
                 got = run("sh", "-c", "PATH=.:$PATH;" + command)
                 self.assertEqual((str(got[0]), got[1].replace("\n", ";")), (status, out))

@@ -74,7 +74,6 @@ class deriver_t {
   explicit deriver_t(std::uint64_t round_limit, progress_t progress = {});
   deriver_t(const deriver_t&) = delete;
   deriver_t& operator=(const deriver_t&) = delete;
-  virtual ~deriver_t() = default;
 
   // Counts what a file asks for. Throws pbe_error_t when that is more than the limit, all files of
   // the run together, or no derivation at all.
@@ -82,7 +81,7 @@ class deriver_t {
   // Counts what is to be derived by the command's own choice.
   void expect(std::uint64_t iterations) { expected_ += iterations; }
 
-  virtual secret_t derive(const secret_t& password, const derivation_t& asked);
+  secret_t derive(const secret_t& password, const derivation_t& asked);
 
  private:
   secret_t pbkdf2(const secret_t& password, const derivation_t& asked);

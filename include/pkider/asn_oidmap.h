@@ -32,8 +32,8 @@ typedef OIDmaps_t* oid_map_handle_t;
 // "zeloids.cfg" in system_config_dir() (platform.h). Both are built when the library is loaded,
 // live until it is unloaded or the process exits, and must not be released.
 //
-// Only a regular file of at most 1 MiB is read; anything else counts as no file. A line of it cannot
-// rename a built-in OID; it adds new OIDs, and new short names for known ones.
+// Only a regular file of at most 1 MiB is read; anything else counts as no file. A line of it
+// cannot rename a built-in OID; it adds new OIDs, and new short names for known ones.
 //
 // A line that gives a known short name to another OID (1.2.643.100.3 = CN) is kept for that OID
 // alone: the OID is then written CN, but CN is still read as 2.5.4.3. Two different names then have
@@ -87,8 +87,8 @@ PKIDER_API const OIDdescr_t* oid_map_find_asn(oid_map_handle_t map, const unsign
 // oid_map_find_str finds an entry by its exact dotted text (2.5.4.03 does not find 2.5.4.3).
 PKIDER_API const OIDdescr_t* oid_map_find_str(oid_map_handle_t map, const char* text,
                                               unsigned size);
-// oid_map_find_sn finds an entry by its short name: of the same size, and equal except for ASCII case.
-// Nothing is compared after a zero byte in both.
+// oid_map_find_sn finds an entry by its short name: of the same size, and equal except for ASCII
+// case. Nothing is compared after a zero byte in both.
 PKIDER_API const OIDdescr_t* oid_map_find_sn(oid_map_handle_t map, const char* name, unsigned size);
 
 #endif

@@ -26,7 +26,11 @@
 
 // The size of the identifier and the minimal length before `content` bytes.
 inline unsigned asn_header_size_(std::uint64_t content) {
-  return content < 0x80 ? 2 : content < 0x100 ? 3 : content < 0x10000 ? 4 : content < 0x1000000 ? 5 : 6;
+  return content < 0x80        ? 2
+         : content < 0x100     ? 3
+         : content < 0x10000   ? 4
+         : content < 0x1000000 ? 5
+                               : 6;
 }
 
 // Writes both to `p`; returns where the content begins.
