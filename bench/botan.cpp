@@ -33,17 +33,17 @@ std::size_t walk(const unsigned char* p, std::size_t n) {
 
 // ---- W2 and W3 ----
 
-std::size_t print(const Bytes& der) {
+std::size_t print(const bytes_t& der) {
   Botan::X509_DN name;
   Botan::BER_Decoder(der).decode(name);
   return name.to_string().size();
 }
 
-Bytes parse(const std::string& text) {
+bytes_t parse(const std::string& text) {
   std::istringstream in(text);
   Botan::X509_DN name;
   in >> name;
-  Bytes der;
+  bytes_t der;
   Botan::DER_Encoder(der).encode(name);
   return der;
 }
@@ -61,18 +61,18 @@ std::string quoted(const std::string& value) {
   return '"' + text + '"';
 }
 
-std::string text_of(const Name& name) {
+std::string text_of(const name_t& name) {
   std::string text;
-  for (const Attribute& attribute : name.attributes) {
+  for (const attribute_t& attribute : name.attributes) {
     const std::string type = Botan::OIDS::oid2str_or_empty(Botan::OID(attribute.type_text));
     text += (text.empty() ? "" : ",") + type + "=" + quoted(attribute.value);
   }
   return text;
 }
 
-std::vector<std::string> accepted(const std::vector<Name>& names) {
+std::vector<std::string> accepted(const std::vector<name_t>& names) {
   std::vector<std::string> texts;
-  for (const Name& name : names) {
+  for (const name_t& name : names) {
     try {
       parse(text_of(name));
       texts.push_back(text_of(name));
@@ -83,7 +83,7 @@ std::vector<std::string> accepted(const std::vector<Name>& names) {
   return texts;
 }
 
-void add_names(const Samples& samples, Cases& cases) {
+void add_names(const samples_t& samples, cases_t& cases) {
   const char* print_note = "values in quotes, direct order only";
   const char* parse_note = "the names it accepts";
   add_each(cases, {"W2-direct", "names", samples.names.size()}, who, samples.names, print,
@@ -93,7 +93,7 @@ void add_names(const Samples& samples, Cases& cases) {
   static const std::vector<std::string> generated = accepted(samples.generated_names);
   require(generated.size() == samples.generated_names.size(), "Botan::X509_DN");
   for (std::size_t i = 0; i < generated.size(); ++i) {
-    const Name& name = samples.generated_names[i];
+    const name_t& name = samples.generated_names[i];
     const std::size_t rdns = name.attributes.size();
     const std::string input = std::to_string(rdns);
     add_one(cases, {"W2-direct", input, rdns}, who, name.der, print, print_note);
@@ -105,26 +105,26 @@ void add_names(const Samples& samples, Cases& cases) {
 
 // The results of both are counted without the identifier and the length, one byte each.
 std::size_t oid_to_der(const std::string& text) {
-  Bytes der;
+  bytes_t der;
   Botan::DER_Encoder(der).encode(Botan::OID(text));
   return der.size() - 2;
 }
 
-Botan::OID oid_of(const Bytes& element) {
+Botan::OID oid_of(const bytes_t& element) {
   Botan::OID oid;
   Botan::BER_Decoder(element).decode(oid);
   return oid;
 }
 
-std::size_t oid_to_text(const Bytes& element) {
+std::size_t oid_to_text(const bytes_t& element) {
   return oid_of(element).to_string().size();
 }
 
 // ---- W6 ----
 
-std::size_t read_rsa_key(const Bytes& der) {
+std::size_t read_rsa_key(const bytes_t& der) {
   Botan::AlgorithmIdentifier algorithm;
-  Bytes bits;
+  bytes_t bits;
   Botan::BigInt modulus;
   Botan::BigInt exponent;
   Botan::BER_Decoder(der)
@@ -139,16 +139,16 @@ std::size_t read_rsa_key(const Bytes& der) {
 
 // ---- W7 ----
 
-std::size_t short_name(const Bytes& element) {
+std::size_t short_name(const bytes_t& element) {
   return Botan::OIDS::oid2str_or_empty(oid_of(element)).empty() ? 0 : 1;
 }
 
 }  // namespace
 
-void add_botan(const Samples& samples, Cases& cases) {
+void add_botan(const samples_t& samples, cases_t& cases) {
   add_each(
       cases, {"W1", "certificates", samples.elements}, who, samples.certificates,
-      [](const Bytes& der) { return walk(der.data(), der.size()); }, "");
+      [](const bytes_t& der) { return walk(der.data(), der.size()); }, "");
   add_names(samples, cases);
   const std::size_t oids = samples.oids.size();
   add_each(cases, {"W4-to-der", "oids", oids}, who, samples.oid_text, oid_to_der);

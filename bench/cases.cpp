@@ -11,11 +11,11 @@ void fail(const char* call) {
   std::exit(1);
 }
 
-std::string title(const Case& one) {
+std::string title(const case_t& one) {
   return one.workload.name + ("/" + one.workload.input) + "/" + one.who;
 }
 
-double allocations_per_item(const Case& one) {
+double allocations_per_item(const case_t& one) {
   const std::size_t before = allocations();
   one.run();
   return static_cast<double>(allocations() - before) / static_cast<double>(one.workload.items);
@@ -24,9 +24,9 @@ double allocations_per_item(const Case& one) {
 namespace {
 
 // Cases without a note give what the first of their kind, the library's, gives.
-void check(const Cases& cases) {
+void check(const cases_t& cases) {
   std::map<std::string, std::size_t> sums;
-  for (const Case& one : cases) {
+  for (const case_t& one : cases) {
     const std::size_t sum = one.run();
     const auto [first, added] = sums.emplace(one.workload.name + ("/" + one.workload.input), sum);
     const bool same = *one.note != '\0' || sum == first->second;
@@ -39,8 +39,8 @@ void check(const Cases& cases) {
 
 }  // namespace
 
-Cases checked_cases(const Samples& samples) {
-  Cases cases;
+cases_t checked_cases(const samples_t& samples) {
+  cases_t cases;
   add_ours(samples, cases);
   add_floor(samples, cases);
 #ifdef HAVE_OPENSSL

@@ -19,36 +19,36 @@ namespace {
 
 constexpr const char* who = "floor";
 
-using Byte = unsigned char;
+using byte_t = unsigned char;
 
-unsigned size32(const Bytes& bytes) {
+unsigned size32(const bytes_t& bytes) {
   return static_cast<unsigned>(bytes.size());
 }
 
 // A result: where it lies, and its size.
-struct Range {
+struct range_t {
   const void* begin;
   std::size_t size;
 };
 
-void expect_same(const Range& floor, const void* ours, std::size_t size, const char* what) {
+void expect_same(const range_t& floor, const void* ours, std::size_t size, const char* what) {
   require(floor.size == size && std::memcmp(floor.begin, ours, size) == 0, what);
 }
 
 // Holds any result of these inputs.
-Byte output[1 << 24];
+byte_t output[1 << 24];
 
 // One element: its content, and where it ends.
-struct Element {
-  const Byte* begin;
-  const Byte* end;
+struct element_t {
+  const byte_t* begin;
+  const byte_t* end;
 };
 
-Element element_at(const Byte* p) {
+element_t element_at(const byte_t* p) {
   std::size_t size = p[1];
   p += 2;
   if (size >= 0x80) {
-    const Byte* begin = p + (size - 0x80);
+    const byte_t* begin = p + (size - 0x80);
     for (size = 0; p != begin; ++p) {
       size = size << 8 | *p;
     }
@@ -57,22 +57,22 @@ Element element_at(const Byte* p) {
 }
 
 // The first element in the one at `p`.
-const Byte* inside(const Byte* p) {
+const byte_t* inside(const byte_t* p) {
   return p + (p[1] < 0x80 ? 2 : p[1] - 0x80 + 2);
 }
 
-blob_t view_of(const Element& element) {
+blob_t view_of(const element_t& element) {
   return {static_cast<unsigned>(element.end - element.begin), element.begin};
 }
 
 // ---- W1: constructed elements are entered, others passed over ----
 
-[[gnu::noinline]] std::size_t walk(const Bytes& der) {
+[[gnu::noinline]] std::size_t walk(const bytes_t& der) {
   std::size_t elements = 0;
-  const Byte* end = der.data() + der.size();
-  for (const Byte* p = der.data(); p != end; ++elements) {
+  const byte_t* end = der.data() + der.size();
+  for (const byte_t* p = der.data(); p != end; ++elements) {
     const bool constructed = (*p & 0x20) != 0;
-    const Element element = element_at(p);
+    const element_t element = element_at(p);
     p = constructed ? element.begin : element.end;
   }
   return elements;
@@ -81,14 +81,14 @@ blob_t view_of(const Element& element) {
 // ---- W2: every RDN has one attribute ----
 
 // The attribute types of the inputs differ in the last byte of their OIDs.
-struct Type {
+struct type_t {
   const char* text;
   unsigned size;
 };
 
-struct Types {
-  Type of[256] = {};
-  constexpr Types() {
+struct types_t {
+  type_t of[256] = {};
+  constexpr types_t() {
     of[3] = {"CN", 2};
     of[5] = {"2.5.4.5", 7};
     of[6] = {"C", 1};
@@ -100,29 +100,29 @@ struct Types {
     of[1] = {"E", 1};
   }
 };
-constexpr Types types;
+constexpr types_t types;
 
-struct Specials {
+struct specials_t {
   bool is[256] = {};
-  constexpr Specials() {
+  constexpr specials_t() {
     for (const char c : {'"', '#', '+', ',', ';', '<', '=', '>', '\\'}) {
-      is[static_cast<Byte>(c)] = true;
+      is[static_cast<byte_t>(c)] = true;
     }
   }
 };
-constexpr Specials specials;
+constexpr specials_t specials;
 
-[[gnu::noinline]] Range print(const Bytes& der) {
-  Byte* out = output;
-  const Element name = element_at(der.data());
-  for (const Byte* p = name.begin; p != name.end;) {
-    const Element rdn = element_at(p);
-    const Element oid = element_at(inside(rdn.begin));
-    const Type& type = types.of[oid.end[-1]];
+[[gnu::noinline]] range_t print(const bytes_t& der) {
+  byte_t* out = output;
+  const element_t name = element_at(der.data());
+  for (const byte_t* p = name.begin; p != name.end;) {
+    const element_t rdn = element_at(p);
+    const element_t oid = element_at(inside(rdn.begin));
+    const type_t& type = types.of[oid.end[-1]];
     std::memcpy(out, type.text, type.size);
     out += type.size;
     *out++ = '=';
-    const Element value = element_at(oid.end);
+    const element_t value = element_at(oid.end);
     for (p = value.begin; p != value.end; ++p) {
       if (specials.is[*p]) {
         *out++ = '\\';
@@ -136,14 +136,14 @@ constexpr Specials specials;
 }
 
 // From the end of the output down, and so from each value's end.
-[[gnu::noinline]] Range print_reverse(const Bytes& der) {
-  Byte* const out_end = output + sizeof output;
-  Byte* out = out_end;
-  const Element name = element_at(der.data());
-  for (const Byte* p = name.begin; p != name.end;) {
-    const Element rdn = element_at(p);
-    const Element oid = element_at(inside(rdn.begin));
-    const Element value = element_at(oid.end);
+[[gnu::noinline]] range_t print_reverse(const bytes_t& der) {
+  byte_t* const out_end = output + sizeof output;
+  byte_t* out = out_end;
+  const element_t name = element_at(der.data());
+  for (const byte_t* p = name.begin; p != name.end;) {
+    const element_t rdn = element_at(p);
+    const element_t oid = element_at(inside(rdn.begin));
+    const element_t value = element_at(oid.end);
     *--out = ',';
     for (p = value.end; p != value.begin;) {
       *--out = *--p;
@@ -152,7 +152,7 @@ constexpr Specials specials;
       }
     }
     *--out = '=';
-    const Type& type = types.of[oid.end[-1]];
+    const type_t& type = types.of[oid.end[-1]];
     out -= type.size;
     std::memcpy(out, type.text, type.size);
     p = rdn.end;
@@ -162,26 +162,26 @@ constexpr Specials specials;
 
 // ---- W3: no quotes, no hexadecimal digits, every header but the first two bytes long ----
 
-constexpr Byte not_printable = 1;
-constexpr Byte not_ascii = 2;
+constexpr byte_t not_printable = 1;
+constexpr byte_t not_ascii = 2;
 
-struct Classes {
-  Byte of[256] = {};
-  constexpr Classes() {
+struct classes_t {
+  byte_t of[256] = {};
+  constexpr classes_t() {
     for (unsigned c = 0; c < 256; ++c) {
       of[c] = c < 0x80 ? not_printable : not_ascii;
     }
     for (const char* p =
              "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789 '()+,-./:=?";
          *p != 0; ++p) {
-      of[static_cast<Byte>(*p)] = 0;
+      of[static_cast<byte_t>(*p)] = 0;
     }
   }
 };
-constexpr Classes classes;
+constexpr classes_t classes;
 
 // The last byte of 2.5.4.x.
-Byte type_number(const char* name) {
+byte_t type_number(const char* name) {
   switch (name[0]) {
     case 'C':
       return name[1] == 'N' ? 3 : 6;
@@ -196,56 +196,56 @@ Byte type_number(const char* name) {
   }
 }
 
-Byte string_type(Byte found) {
+byte_t string_type(byte_t found) {
   return (found & not_ascii) != 0 ? 0x0C : found != 0 ? 0x16 : 0x13;
 }
 
-[[gnu::noinline]] Range parse(const std::string& text) {
-  constexpr Byte email[] = {0x06, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x01};
-  Byte* const content = output + 6;
-  Byte* out = content;
+[[gnu::noinline]] range_t parse(const std::string& text) {
+  constexpr byte_t email[] = {0x06, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x01};
+  byte_t* const content = output + 6;
+  byte_t* out = content;
   for (const char* p = text.data(); *p != 0;) {
-    Byte* const rdn = out;
+    byte_t* const rdn = out;
     out += 4;
     if (*p == 'E') {
       std::memcpy(out, email, sizeof email);
       out += sizeof email;
     } else {
-      const Byte oid[] = {0x06, 3, 0x55, 0x04, type_number(p)};
+      const byte_t oid[] = {0x06, 3, 0x55, 0x04, type_number(p)};
       std::memcpy(out, oid, sizeof oid);
       out += sizeof oid;
     }
     while (*p++ != '=') {
     }
-    Byte* const value = out;
+    byte_t* const value = out;
     out += 2;
-    Byte found = 0;
+    byte_t found = 0;
     for (; *p != 0 && *p != ','; ++p) {
       if (*p == '\\') {
         ++p;
       }
-      const Byte c = static_cast<Byte>(*p);
+      const byte_t c = static_cast<byte_t>(*p);
       found |= classes.of[c];
       *out++ = c;
     }
     value[0] = string_type(found);
-    value[1] = static_cast<Byte>(out - value - 2);
+    value[1] = static_cast<byte_t>(out - value - 2);
     rdn[0] = 0x31;
-    rdn[1] = static_cast<Byte>(out - rdn - 2);
+    rdn[1] = static_cast<byte_t>(out - rdn - 2);
     rdn[2] = 0x30;
-    rdn[3] = static_cast<Byte>(out - rdn - 4);
+    rdn[3] = static_cast<byte_t>(out - rdn - 4);
     if (*p == ',') {
       ++p;
     }
   }
   std::size_t size = static_cast<std::size_t>(out - content);
-  Byte* begin = content;
-  Byte length_bytes = 0x80;
+  byte_t* begin = content;
+  byte_t length_bytes = 0x80;
   if (size < 0x80) {
-    length_bytes = static_cast<Byte>(size);
+    length_bytes = static_cast<byte_t>(size);
   } else {
     for (; size != 0; size >>= 8, ++length_bytes) {
-      *--begin = static_cast<Byte>(size);
+      *--begin = static_cast<byte_t>(size);
     }
   }
   *--begin = length_bytes;
@@ -263,8 +263,8 @@ unsigned read_arc(const char*& p) {
   return arc;
 }
 
-[[gnu::noinline]] Range oid_to_der(const std::string& text) {
-  Byte* out = output;
+[[gnu::noinline]] range_t oid_to_der(const std::string& text) {
+  byte_t* out = output;
   const char* p = text.data() + 2;
   unsigned arc = static_cast<unsigned>(text[0] - '0') * 40 + read_arc(p);
   for (;; arc = read_arc(++p)) {
@@ -273,7 +273,7 @@ unsigned read_arc(const char*& p) {
       shift += 7;
     }
     for (; shift != 0; shift -= 7) {
-      *out++ = static_cast<Byte>(arc >> shift | 0x80);
+      *out++ = static_cast<byte_t>(arc >> shift | 0x80);
     }
     *out++ = arc & 0x7F;
     if (*p == 0) {
@@ -282,24 +282,24 @@ unsigned read_arc(const char*& p) {
   }
 }
 
-Byte* put_number(Byte* out, unsigned value) {
-  Byte digits[10];
-  Byte* digit = digits;
+byte_t* put_number(byte_t* out, unsigned value) {
+  byte_t digits[10];
+  byte_t* digit = digits;
   for (; value >= 10; value /= 10) {
-    *digit++ = static_cast<Byte>('0' + value % 10);
+    *digit++ = static_cast<byte_t>('0' + value % 10);
   }
-  *digit++ = static_cast<Byte>('0' + value);
+  *digit++ = static_cast<byte_t>('0' + value);
   while (digit != digits) {
     *out++ = *--digit;
   }
   return out;
 }
 
-[[gnu::noinline]] Range oid_to_text(const Bytes& oid) {
-  const Byte* p = oid.data() + 2;
-  const Byte* end = oid.data() + oid.size();
-  Byte* out = output;
-  *out++ = static_cast<Byte>('0' + *p / 40);
+[[gnu::noinline]] range_t oid_to_text(const bytes_t& oid) {
+  const byte_t* p = oid.data() + 2;
+  const byte_t* end = oid.data() + oid.size();
+  byte_t* out = output;
+  *out++ = static_cast<byte_t>('0' + *p / 40);
   *out++ = '.';
   out = put_number(out, *p++ % 40);
   while (p != end) {
@@ -322,50 +322,50 @@ constexpr std::size_t certificate_oid_size = 12;
 constexpr std::size_t attribute_oid_size = 11;
 
 // The value of the attribute at `p`.
-Element value_at(const Byte* p) {
+element_t value_at(const byte_t* p) {
   return element_at(inside(inside(p) + attribute_oid_size));
 }
 
-[[gnu::noinline]] void read_container(const Bytes& der, std::list<pkcs12_bag_t>& bags) {
-  const Byte* p = inside(der.data()) + 3;  // the version
-  p = inside(inside(p) + data_oid_size);   // the outer ContentInfo, [0]
-  p = inside(inside(inside(p)));           // OCTET STRING, AuthenticatedSafe, ContentInfo
-  const Element contents = element_at(inside(inside(p + data_oid_size)));
+[[gnu::noinline]] void read_container(const bytes_t& der, std::list<pkcs12_bag_t>& bags) {
+  const byte_t* p = inside(der.data()) + 3;  // the version
+  p = inside(inside(p) + data_oid_size);     // the outer ContentInfo, [0]
+  p = inside(inside(inside(p)));             // OCTET STRING, AuthenticatedSafe, ContentInfo
+  const element_t contents = element_at(inside(inside(p + data_oid_size)));
   for (p = contents.begin; p != contents.end;) {
-    const Element bag = element_at(p);
-    const Byte* cert_bag = inside(bag.begin + cert_bag_oid_size);
-    const Element value = element_at(inside(inside(cert_bag) + certificate_oid_size));
-    const Element friendly_name = value_at(inside(value.end));
-    const Element key_id = value_at(friendly_name.end);
+    const element_t bag = element_at(p);
+    const byte_t* cert_bag = inside(bag.begin + cert_bag_oid_size);
+    const element_t value = element_at(inside(inside(cert_bag) + certificate_oid_size));
+    const element_t friendly_name = value_at(inside(value.end));
+    const element_t key_id = value_at(friendly_name.end);
     bags.push_back({PKCS12_BAG_CERT, view_of(value), view_of(friendly_name), view_of(key_id)});
     p = bag.end;
   }
 }
 
 // Writes from the end down: every length is known when its header comes.
-class Writer {
+class writer_t {
  public:
-  explicit Writer(Byte* end) : at_(end) {}
+  explicit writer_t(byte_t* end) : at_(end) {}
 
-  const Byte* at() const { return at_; }
+  const byte_t* at() const { return at_; }
 
   void put(const void* bytes, std::size_t size) {
     at_ -= size;
     std::memcpy(at_, bytes, size);
   }
   template <std::size_t N>
-  void put(const Byte (&bytes)[N]) {
+  void put(const byte_t (&bytes)[N]) {
     put(bytes, N);
   }
   // The header of all from here to `end`.
-  void header(Byte identifier, const Byte* end) {
+  void header(byte_t identifier, const byte_t* end) {
     std::size_t size = static_cast<std::size_t>(end - at_);
     if (size < 0x80) {
-      *--at_ = static_cast<Byte>(size);
+      *--at_ = static_cast<byte_t>(size);
     } else {
-      Byte length_bytes = 0x80;
+      byte_t length_bytes = 0x80;
       for (; size != 0; size >>= 8, ++length_bytes) {
-        *--at_ = static_cast<Byte>(size);
+        *--at_ = static_cast<byte_t>(size);
       }
       *--at_ = length_bytes;
     }
@@ -373,24 +373,25 @@ class Writer {
   }
 
  private:
-  Byte* at_;
+  byte_t* at_;
 };
 
-constexpr Byte version_3[] = {0x02, 1, 3};
-constexpr Byte data_oid[] = {0x06, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x01};
-constexpr Byte cert_bag_oid[] = {0x06, 11,   0x2A, 0x86, 0x48, 0x86, 0xF7,
-                                 0x0D, 0x01, 0x0C, 0x0A, 0x01, 0x03};
-constexpr Byte certificate_oid[] = {0x06, 10,   0x2A, 0x86, 0x48, 0x86,
-                                    0xF7, 0x0D, 0x01, 0x09, 0x16, 0x01};
-constexpr Byte friendly_name_oid[] = {0x06, 9,    0x2A, 0x86, 0x48, 0x86,
-                                      0xF7, 0x0D, 0x01, 0x09, 0x14};
-constexpr Byte key_id_oid[] = {0x06, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x15};
+constexpr byte_t version_3[] = {0x02, 1, 3};
+constexpr byte_t data_oid[] = {0x06, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x07, 0x01};
+constexpr byte_t cert_bag_oid[] = {0x06, 11,   0x2A, 0x86, 0x48, 0x86, 0xF7,
+                                   0x0D, 0x01, 0x0C, 0x0A, 0x01, 0x03};
+constexpr byte_t certificate_oid[] = {0x06, 10,   0x2A, 0x86, 0x48, 0x86,
+                                      0xF7, 0x0D, 0x01, 0x09, 0x16, 0x01};
+constexpr byte_t friendly_name_oid[] = {0x06, 9,    0x2A, 0x86, 0x48, 0x86,
+                                        0xF7, 0x0D, 0x01, 0x09, 0x14};
+constexpr byte_t key_id_oid[] = {0x06, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x15};
 // The DigestInfo, its digest empty.
-constexpr Byte no_digest[] = {0x30, 14,   0x30, 10,   0x06, 6,    0x2A, 0x85,
-                              0x03, 0x02, 0x02, 0x09, 0x05, 0x00, 0x04, 0x00};
+constexpr byte_t no_digest[] = {0x30, 14,   0x30, 10,   0x06, 6,    0x2A, 0x85,
+                                0x03, 0x02, 0x02, 0x09, 0x05, 0x00, 0x04, 0x00};
 
-void put_attribute(Writer& writer, const Byte (&oid)[11], Byte identifier, const blob_t& value) {
-  const Byte* end = writer.at();
+void put_attribute(writer_t& writer, const byte_t (&oid)[11], byte_t identifier,
+                   const blob_t& value) {
+  const byte_t* end = writer.at();
   writer.put(value.data, value.size);
   writer.header(identifier, end);
   writer.header(0x31, end);
@@ -398,12 +399,12 @@ void put_attribute(Writer& writer, const Byte (&oid)[11], Byte identifier, const
   writer.header(0x30, end);
 }
 
-void put_bag(Writer& writer, const pkcs12_bag_t& bag) {
-  const Byte* end = writer.at();
+void put_bag(writer_t& writer, const pkcs12_bag_t& bag) {
+  const byte_t* end = writer.at();
   put_attribute(writer, key_id_oid, 0x04, bag.local_key_id);
   put_attribute(writer, friendly_name_oid, 0x1E, bag.friendly_name);
   writer.header(0x31, end);
-  const Byte* value_end = writer.at();
+  const byte_t* value_end = writer.at();
   writer.put(bag.value.data, bag.value.size);
   writer.header(0x04, value_end);
   writer.header(0xA0, value_end);
@@ -414,17 +415,17 @@ void put_bag(Writer& writer, const pkcs12_bag_t& bag) {
   writer.header(0x30, end);
 }
 
-[[gnu::noinline]] Range write_container(const pkcs12_easy_t& model) {
-  const Byte* const end = output + sizeof output;
-  Writer writer(output + sizeof output);
-  const Byte iterations[] = {0x02, 1, static_cast<Byte>(model.mac.mac_iterations)};
+[[gnu::noinline]] range_t write_container(const pkcs12_easy_t& model) {
+  const byte_t* const end = output + sizeof output;
+  writer_t writer(output + sizeof output);
+  const byte_t iterations[] = {0x02, 1, static_cast<byte_t>(model.mac.mac_iterations)};
   writer.put(iterations);
-  const Byte* const salt_end = writer.at();
+  const byte_t* const salt_end = writer.at();
   writer.put(model.mac.mac_salt.data, model.mac.mac_salt.size);
   writer.header(0x04, salt_end);
   writer.put(no_digest);
   writer.header(0x30, end);
-  const Byte* const safes_end = writer.at();
+  const byte_t* const safes_end = writer.at();
   for (auto bag = model.plain_bags.rbegin(); bag != model.plain_bags.rend(); ++bag) {
     put_bag(writer, *bag);
   }
@@ -445,28 +446,28 @@ void put_bag(Writer& writer, const pkcs12_bag_t& bag) {
 
 // ---- W6: an RSA key, its modulus with one leading zero byte ----
 
-[[gnu::noinline]] asn_rsa_pubkey_t read_rsa_key(const Bytes& der) {
-  const Element algorithm = element_at(inside(der.data()));
-  const Element modulus = element_at(inside(inside(algorithm.end) + 1));
+[[gnu::noinline]] asn_rsa_pubkey_t read_rsa_key(const bytes_t& der) {
+  const element_t algorithm = element_at(inside(der.data()));
+  const element_t modulus = element_at(inside(inside(algorithm.end) + 1));
   return {view_of({modulus.begin + 1, modulus.end}), view_of(element_at(modulus.end))};
 }
 
 // ---- W7: a table by the last byte ----
 
-[[gnu::noinline]] const char* short_name(const Bytes& oid) {
+[[gnu::noinline]] const char* short_name(const bytes_t& oid) {
   return types.of[oid.back()].text;
 }
 
 // ---- The cases, each compared with the library's bytes ----
 
-void check_name(const Bytes& der, PrintableDnOrder order, const Range& floor) {
+void check_name(const bytes_t& der, PrintableDnOrder order, const range_t& floor) {
   std::string text;
   require(asn_dn_to_printable(der.data(), size32(der), text, order, OID_MAP_HANDLE_DEFAULT),
           "asn_dn_to_printable");
   expect_same(floor, text.data(), text.size(), "the floor of W2");
 }
 
-void check_name(const Bytes& der) {
+void check_name(const bytes_t& der) {
   check_name(der, DN_ORDER_DIRECT, print(der));
   check_name(der, DN_ORDER_REVERSE, print_reverse(der));
 }
@@ -481,8 +482,8 @@ bool same(const blob_t& a, const blob_t& b) {
   return a.size == b.size && a.data == b.data;
 }
 
-void check_reading(const Container& container) {
-  PlainCrypto crypto;
+void check_reading(const container_t& container) {
+  plain_crypto_t crypto;
   pkcs12_easy_t ours;
   require(asn_read_pkcs12_easy(container.der.data(), size32(container.der), &crypto, ours),
           "asn_read_pkcs12_easy");
@@ -498,13 +499,13 @@ void check_reading(const Container& container) {
 }
 
 void check_writing(const pkcs12_easy_t& model) {
-  PlainCrypto crypto;
+  plain_crypto_t crypto;
   std::string der;
   asn_write_pkcs12_easy(model, &crypto, der);
   expect_same(write_container(model), der.data(), der.size(), "the floor of W5-write");
 }
 
-void check_key(const Bytes& der) {
+void check_key(const bytes_t& der) {
   asn_pubkey_t key;
   asn_rsa_pubkey_t ours;
   require(asn_read_pubkey(der.data(), static_cast<long>(der.size()), key), "asn_read_pubkey");
@@ -514,26 +515,26 @@ void check_key(const Bytes& der) {
           "the floor of W6");
 }
 
-void check_short_name(const Bytes& oid) {
+void check_short_name(const bytes_t& oid) {
   const OIDdescr_t* entry =
       oid_map_find_asn(OID_MAP_HANDLE_DEFAULT, oid.data() + 2, size32(oid) - 2);
   require(entry != nullptr && std::strcmp(entry->oid_sn, short_name(oid)) == 0, "the floor of W7");
 }
 
-void check_oid(const Bytes& oid, const std::string& text) {
+void check_oid(const bytes_t& oid, const std::string& text) {
   expect_same(oid_to_der(text), oid.data() + 2, oid.size() - 2, "the floor of W4-to-der");
   expect_same(oid_to_text(oid), text.data(), text.size(), "the floor of W4-to-text");
 }
 
-void add_names(const Samples& samples, Cases& cases) {
-  const auto direct = [](const Bytes& der) { return print(der).size; };
-  const auto reverse = [](const Bytes& der) { return print_reverse(der).size; };
-  const auto to_der = [](const Name& name) { return parse(name.text).size; };
+void add_names(const samples_t& samples, cases_t& cases) {
+  const auto direct = [](const bytes_t& der) { return print(der).size; };
+  const auto reverse = [](const bytes_t& der) { return print_reverse(der).size; };
+  const auto to_der = [](const name_t& name) { return parse(name.text).size; };
   const std::size_t names = samples.names.size();
   add_each(cases, {"W2-direct", "names", names}, who, samples.names, direct);
   add_each(cases, {"W2-reverse", "names", names}, who, samples.names, reverse);
   add_each(cases, {"W3", "names", samples.plain_names.size()}, who, samples.plain_names, to_der);
-  for (const Name& name : samples.generated_names) {
+  for (const name_t& name : samples.generated_names) {
     const std::size_t rdns = name.attributes.size();
     const std::string input = std::to_string(rdns);
     add_one(cases, {"W2-direct", input, rdns}, who, name.der, direct);
@@ -542,10 +543,10 @@ void add_names(const Samples& samples, Cases& cases) {
   }
 }
 
-void add_reading(const Container& container, Cases& cases) {
+void add_reading(const container_t& container, cases_t& cases) {
   check_reading(container);
   const std::size_t bags = container.bags.size();
-  const auto read = [](const Container& one) {
+  const auto read = [](const container_t& one) {
     std::list<pkcs12_bag_t> list;
     read_container(one.der, list);
     std::size_t sum = 0;
@@ -557,34 +558,34 @@ void add_reading(const Container& container, Cases& cases) {
   add_one(cases, {"W5-read", std::to_string(bags), bags}, who, container, read);
 }
 
-void add_writing(const Container& container, Cases& cases) {
+void add_writing(const container_t& container, cases_t& cases) {
   const std::size_t bags = container.bags.size();
   const auto model = std::make_shared<pkcs12_easy_t>(model_of(container, false));
   check_writing(*model);
-  const Workload writing = {"W5-write", std::to_string(bags), bags};
+  const workload_t writing = {"W5-write", std::to_string(bags), bags};
   cases.push_back({writing, who, [model] { return write_container(*model).size; }, ""});
 }
 
 }  // namespace
 
-void add_floor(const Samples& samples, Cases& cases) {
-  for (const Bytes& name : samples.names) {
+void add_floor(const samples_t& samples, cases_t& cases) {
+  for (const bytes_t& name : samples.names) {
     check_name(name);
   }
-  for (const Name& name : samples.plain_names) {
+  for (const name_t& name : samples.plain_names) {
     check_text(name.text);
   }
-  for (const Name& name : samples.generated_names) {
+  for (const name_t& name : samples.generated_names) {
     check_name(name.der);
     check_text(name.text);
   }
   for (std::size_t i = 0; i < samples.oids.size(); ++i) {
     check_oid(samples.oids[i], samples.oid_text[i]);
   }
-  for (const Bytes& key : samples.rsa_keys) {
+  for (const bytes_t& key : samples.rsa_keys) {
     check_key(key);
   }
-  for (const Bytes& type : samples.attribute_types) {
+  for (const bytes_t& type : samples.attribute_types) {
     check_short_name(type);
   }
   add_each(cases, {"W1", "certificates", samples.elements}, who, samples.certificates, walk);
@@ -593,15 +594,15 @@ void add_floor(const Samples& samples, Cases& cases) {
   add_each(cases, {"W4-to-der", "oids", oids}, who, samples.oid_text,
            [](const std::string& text) { return oid_to_der(text).size; });
   add_each(cases, {"W4-to-text", "oids", oids}, who, samples.oids,
-           [](const Bytes& oid) { return oid_to_text(oid).size; });
-  for (const Container& container : samples.containers) {
+           [](const bytes_t& oid) { return oid_to_text(oid).size; });
+  for (const container_t& container : samples.containers) {
     add_reading(container, cases);
   }
-  for (const Container& container : samples.certificate_containers) {
+  for (const container_t& container : samples.certificate_containers) {
     add_writing(container, cases);
   }
   add_each(cases, {"W6", "keys", samples.rsa_keys.size()}, who, samples.rsa_keys,
-           [](const Bytes& der) { return read_rsa_key(der).modulus.size; });
+           [](const bytes_t& der) { return read_rsa_key(der).modulus.size; });
   add_each(cases, {"W7", "types", samples.attribute_types.size()}, who, samples.attribute_types,
-           [](const Bytes& oid) { return std::size_t{short_name(oid) != nullptr}; });
+           [](const bytes_t& oid) { return std::size_t{short_name(oid) != nullptr}; });
 }

@@ -18,7 +18,7 @@ void require_ok(int result, const char* call) {
   require(result >= 0, call);
 }
 
-gnutls_datum_t datum(const Bytes& bytes) {
+gnutls_datum_t datum(const bytes_t& bytes) {
   return {const_cast<unsigned char*>(bytes.data()), static_cast<unsigned>(bytes.size())};
 }
 
@@ -52,7 +52,7 @@ std::size_t walk(const unsigned char* p, int n) {
 
 // ---- W2 and W3 ----
 
-std::size_t print(const Bytes& der, unsigned flags) {
+std::size_t print(const bytes_t& der, unsigned flags) {
   gnutls_x509_dn_t name = nullptr;
   const gnutls_datum_t data = datum(der);
   gnutls_datum_t text{};
@@ -78,18 +78,18 @@ std::size_t parse_name(const std::string& text) {
   return freed_size(der);
 }
 
-std::size_t print_direct(const Bytes& der) {
+std::size_t print_direct(const bytes_t& der) {
   return print(der, GNUTLS_X509_DN_FLAG_COMPAT);
 }
 
-std::size_t print_reverse(const Bytes& der) {
+std::size_t print_reverse(const bytes_t& der) {
   return print(der, 0);
 }
 
 // The text in the order that GnuTLS takes: last RDN first.
-std::vector<std::string> accepted(const std::vector<Name>& names) {
+std::vector<std::string> accepted(const std::vector<name_t>& names) {
   std::vector<std::string> texts;
-  for (const Name& name : names) {
+  for (const name_t& name : names) {
     gnutls_datum_t der{};
     if (parse(name.reverse_text, der)) {
       texts.push_back(name.reverse_text);
@@ -99,7 +99,7 @@ std::vector<std::string> accepted(const std::vector<Name>& names) {
   return texts;
 }
 
-void add_names(const Samples& samples, Cases& cases) {
+void add_names(const samples_t& samples, cases_t& cases) {
   constexpr std::size_t most_rdns = 1000;  // beyond, one call takes seconds
   const char* print_note = "RFC 4514: unknown types and their values in hexadecimal";
   const char* parse_note = "UTF8String for every value; the names it accepts";
@@ -108,7 +108,7 @@ void add_names(const Samples& samples, Cases& cases) {
   add_each(cases, {"W2-reverse", "names", names}, gnutls, samples.names, print_reverse, print_note);
   static const std::vector<std::string> plain = accepted(samples.plain_names);
   add_each(cases, {"W3", "names", plain.size()}, gnutls, plain, parse_name, parse_note);
-  for (const Name& name : samples.generated_names) {
+  for (const name_t& name : samples.generated_names) {
     const std::size_t rdns = name.attributes.size();
     const std::string input = std::to_string(rdns);
     if (rdns > most_rdns) {
@@ -131,7 +131,7 @@ std::size_t oid_to_der(const std::string& text) {
 }
 
 // libtasn1 takes the element from its length on.
-std::size_t oid_to_text(const Bytes& oid) {
+std::size_t oid_to_text(const bytes_t& oid) {
   char text[512];
   int read = 0;
   require(asn1_get_object_id_der(oid.data() + 1, static_cast<int>(oid.size()) - 1, &read, text,
@@ -153,7 +153,7 @@ std::size_t read_bag(gnutls_pkcs12_bag_t bag, unsigned index) {
   return 2 * std::char_traits<char>::length(name) + key_id.size;
 }
 
-std::size_t read_container(const Container& container) {
+std::size_t read_container(const container_t& container) {
   gnutls_pkcs12_t pfx = nullptr;
   gnutls_pkcs12_bag_t bag = nullptr;
   const gnutls_datum_t data = datum(container.der);
@@ -172,9 +172,9 @@ std::size_t read_container(const Container& container) {
 }
 
 // Reading only: it writes no container without computing the MAC.
-void add_containers(const Samples& samples, Cases& cases) {
+void add_containers(const samples_t& samples, cases_t& cases) {
   constexpr std::size_t most_bags = 32;  // GnuTLS refuses more in one SafeContents
-  for (const Container& container : samples.containers) {
+  for (const container_t& container : samples.containers) {
     const std::size_t bags = container.bags.size();
     if (bags > most_bags) {
       break;
@@ -185,7 +185,7 @@ void add_containers(const Samples& samples, Cases& cases) {
 
 // ---- W6 ----
 
-std::size_t read_rsa_key(const Bytes& der) {
+std::size_t read_rsa_key(const bytes_t& der) {
   gnutls_pubkey_t key = nullptr;
   gnutls_datum_t modulus{};
   gnutls_datum_t exponent{};
@@ -207,9 +207,9 @@ std::size_t short_name(const std::string& oid) {
 
 }  // namespace
 
-void add_gnutls(const Samples& samples, Cases& cases) {
+void add_gnutls(const samples_t& samples, cases_t& cases) {
   add_each(cases, {"W1", "certificates", samples.elements}, libtasn1, samples.certificates,
-           [](const Bytes& der) { return walk(der.data(), static_cast<int>(der.size())); });
+           [](const bytes_t& der) { return walk(der.data(), static_cast<int>(der.size())); });
   add_names(samples, cases);
   const std::size_t oids = samples.oids.size();
   add_each(cases, {"W4-to-der", "oids", oids}, libtasn1, samples.oid_text, oid_to_der);

@@ -8,7 +8,7 @@
 
 namespace {
 
-void measure(benchmark::State& state, const Case& one) {
+void measure(benchmark::State& state, const case_t& one) {
   for (auto _ : state) {
     benchmark::DoNotOptimize(one.run());
   }
@@ -21,9 +21,9 @@ void measure(benchmark::State& state, const Case& one) {
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  const Samples samples = load_samples(CERTIFICATES);
-  const Cases cases = checked_cases(samples);
-  for (const Case& one : cases) {
+  const samples_t samples = load_samples(CERTIFICATES);
+  const cases_t cases = checked_cases(samples);
+  for (const case_t& one : cases) {
     benchmark::RegisterBenchmark(title(one).c_str(),
                                  [&one](benchmark::State& state) { measure(state, one); });
   }

@@ -16,7 +16,7 @@ namespace {
 volatile std::size_t sink;
 
 // Of CPU time, as other processes may be running.
-double nanoseconds_per_run(const Case& one, std::size_t runs) {
+double nanoseconds_per_run(const case_t& one, std::size_t runs) {
   const std::clock_t begin = std::clock();
   for (std::size_t i = 0; i < runs; ++i) {
     sink = one.run();
@@ -26,7 +26,7 @@ double nanoseconds_per_run(const Case& one, std::size_t runs) {
 }
 
 // As many as take about 20 ms.
-std::size_t enough_runs(const Case& one) {
+std::size_t enough_runs(const case_t& one) {
   constexpr double wanted = 20e6;
   std::size_t runs = 1;
   double spent = 0;
@@ -46,10 +46,10 @@ double median(std::vector<double> times) {
 
 int main(int argc, char** argv) {
   const int repetitions = argc > 1 ? std::atoi(argv[1]) : 5;
-  const Samples samples = load_samples(CERTIFICATES);
-  const Cases cases = checked_cases(samples);
+  const samples_t samples = load_samples(CERTIFICATES);
+  const cases_t cases = checked_cases(samples);
   std::vector<std::size_t> runs;
-  for (const Case& one : cases) {
+  for (const case_t& one : cases) {
     runs.push_back(enough_runs(one));
   }
   std::vector<std::vector<double>> times(cases.size());

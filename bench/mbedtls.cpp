@@ -26,7 +26,7 @@ unsigned char* mutable_bytes(const unsigned char* bytes) {
   return const_cast<unsigned char*>(bytes);
 }
 
-mbedtls_asn1_buf buffer_of(const Bytes& oid) {
+mbedtls_asn1_buf buffer_of(const bytes_t& oid) {
   return {oid[0], oid.size() - 2, mutable_bytes(oid.data() + 2)};
 }
 
@@ -58,7 +58,7 @@ void free_rest(mbedtls_x509_name& first) {
   }
 }
 
-std::size_t print(const Bytes& der) {
+std::size_t print(const bytes_t& der) {
   static std::vector<char> text(1 << 20);
   unsigned char* p = mutable_bytes(der.data());
   const unsigned char* end = p + der.size();
@@ -99,9 +99,9 @@ std::string escaped(const std::string& value) {
   return text;
 }
 
-std::string text_of(const Name& name) {
+std::string text_of(const name_t& name) {
   std::string text;
-  for (const Attribute& attribute : name.attributes) {
+  for (const attribute_t& attribute : name.attributes) {
     const mbedtls_asn1_buf oid = buffer_of(attribute.type);
     const char* type = "?";
     mbedtls_oid_get_attr_short_name(&oid, &type);
@@ -110,9 +110,9 @@ std::string text_of(const Name& name) {
   return text;
 }
 
-std::vector<std::string> accepted(const std::vector<Name>& names) {
+std::vector<std::string> accepted(const std::vector<name_t>& names) {
   std::vector<std::string> texts;
-  for (const Name& name : names) {
+  for (const name_t& name : names) {
     if (parse(text_of(name)) >= 0) {
       texts.push_back(text_of(name));
     }
@@ -120,11 +120,11 @@ std::vector<std::string> accepted(const std::vector<Name>& names) {
   return texts;
 }
 
-void add_names(const Samples& samples, Cases& cases) {
+void add_names(const samples_t& samples, cases_t& cases) {
   const char* print_note = "bytes from 80 up and control characters as '?', direct order only";
   add_each(cases, {"W2-direct", "names", samples.names.size()}, who, samples.names, print,
            print_note);
-  for (const Name& name : samples.generated_names) {
+  for (const name_t& name : samples.generated_names) {
     const std::size_t rdns = name.attributes.size();
     add_one(cases, {"W2-direct", std::to_string(rdns), rdns}, who, name.der, print, print_note);
   }
@@ -136,7 +136,7 @@ void add_names(const Samples& samples, Cases& cases) {
 
 // ---- W4 and W7 ----
 
-std::vector<mbedtls_asn1_buf> buffers_of(const std::vector<Bytes>& oids) {
+std::vector<mbedtls_asn1_buf> buffers_of(const std::vector<bytes_t>& oids) {
   std::vector<mbedtls_asn1_buf> buffers;
   std::transform(oids.begin(), oids.end(), std::back_inserter(buffers), buffer_of);
   return buffers;
@@ -157,7 +157,7 @@ std::size_t short_name(const mbedtls_asn1_buf& oid) {
 
 // ---- W6 ----
 
-std::size_t read_rsa_key(const Bytes& der) {
+std::size_t read_rsa_key(const bytes_t& der) {
   constexpr int sequence = MBEDTLS_ASN1_CONSTRUCTED | MBEDTLS_ASN1_SEQUENCE;
   unsigned char* p = mutable_bytes(der.data());
   const unsigned char* end = p + der.size();
@@ -182,9 +182,9 @@ std::size_t read_rsa_key(const Bytes& der) {
 
 }  // namespace
 
-void add_mbedtls(const Samples& samples, Cases& cases) {
+void add_mbedtls(const samples_t& samples, cases_t& cases) {
   add_each(cases, {"W1", "certificates", samples.elements}, who, samples.certificates,
-           [](const Bytes& der) {
+           [](const bytes_t& der) {
              unsigned char* p = mutable_bytes(der.data());
              return walk(p, p + der.size());
            });

@@ -21,16 +21,16 @@ namespace {
 constexpr const char* who = "OpenSSL";
 
 template <auto Free>
-struct Freer {
+struct freer_t {
   template <class T>
   void operator()(T* object) const {
     Free(object);
   }
 };
 template <class T, auto Free>
-using Owned = std::unique_ptr<T, Freer<Free>>;
+using owned_t = std::unique_ptr<T, freer_t<Free>>;
 
-int size_of(const Bytes& bytes) {
+int size_of(const bytes_t& bytes) {
   return static_cast<int>(bytes.size());
 }
 
@@ -56,23 +56,23 @@ std::size_t walk(const unsigned char* p, long n) {
 
 // ---- W2 and W3 ----
 
-using OwnedName = Owned<X509_NAME, X509_NAME_free>;
+using owned_name_t = owned_t<X509_NAME, X509_NAME_free>;
 
-std::size_t print(const Bytes& der, unsigned long flags) {
-  static const Owned<BIO, BIO_free> out(BIO_new(BIO_s_mem()));
+std::size_t print(const bytes_t& der, unsigned long flags) {
+  static const owned_t<BIO, BIO_free> out(BIO_new(BIO_s_mem()));
   BIO_reset(out.get());
   const unsigned char* p = der.data();
-  const OwnedName name(d2i_X509_NAME(nullptr, &p, size_of(der)));
+  const owned_name_t name(d2i_X509_NAME(nullptr, &p, size_of(der)));
   require(name != nullptr, "d2i_X509_NAME");
   const int size = X509_NAME_print_ex(out.get(), name.get(), 0, flags);
   require(size > 0, "X509_NAME_print_ex");
   return static_cast<std::size_t>(size);
 }
 
-std::size_t build_name(const std::vector<Attribute>& attributes) {
-  static Bytes der;
-  const OwnedName name(X509_NAME_new());
-  for (const Attribute& attribute : attributes) {
+std::size_t build_name(const std::vector<attribute_t>& attributes) {
+  static bytes_t der;
+  const owned_name_t name(X509_NAME_new());
+  for (const attribute_t& attribute : attributes) {
     const auto* value = reinterpret_cast<const unsigned char*>(attribute.value.data());
     require(X509_NAME_add_entry_by_txt(name.get(), attribute.type_text.c_str(), MBSTRING_UTF8,
                                        value, static_cast<int>(attribute.value.size()), -1, 0) == 1,
@@ -87,11 +87,11 @@ std::size_t build_name(const std::vector<Attribute>& attributes) {
 }
 
 // The names with OpenSSL's own short names for their types.
-std::vector<std::vector<Attribute>> spelled(const std::vector<Name>& names) {
-  std::vector<std::vector<Attribute>> result;
-  for (const Name& name : names) {
+std::vector<std::vector<attribute_t>> spelled(const std::vector<name_t>& names) {
+  std::vector<std::vector<attribute_t>> result;
+  for (const name_t& name : names) {
     result.push_back(name.attributes);
-    for (Attribute& attribute : result.back()) {
+    for (attribute_t& attribute : result.back()) {
       const int nid = OBJ_txt2nid(attribute.type_text.c_str());
       attribute.type_text = nid == NID_undef ? attribute.type_text : OBJ_nid2sn(nid);
     }
@@ -99,13 +99,13 @@ std::vector<std::vector<Attribute>> spelled(const std::vector<Name>& names) {
   return result;
 }
 
-void add_names(const Samples& samples, Cases& cases) {
+void add_names(const samples_t& samples, cases_t& cases) {
   constexpr unsigned long reverse = XN_FLAG_RFC2253 & ~ASN1_STRFLGS_ESC_MSB;
   constexpr unsigned long direct = reverse & ~XN_FLAG_DN_REV;
   const char* print_note = "RFC 2253: unknown types and their values in hexadecimal";
   const char* build_note = "gets attributes already taken apart and unescaped";
-  const auto print_direct = [](const Bytes& der) { return print(der, direct); };
-  const auto print_reverse = [](const Bytes& der) { return print(der, reverse); };
+  const auto print_direct = [](const bytes_t& der) { return print(der, direct); };
+  const auto print_reverse = [](const bytes_t& der) { return print(der, reverse); };
   add_each(cases, {"W2-direct", "names", samples.names.size()}, who, samples.names, print_direct,
            print_note);
   add_each(cases, {"W2-reverse", "names", samples.names.size()}, who, samples.names, print_reverse,
@@ -116,7 +116,7 @@ void add_names(const Samples& samples, Cases& cases) {
   for (std::size_t i = 0; i < generated.size(); ++i) {
     const std::size_t rdns = generated[i].size();
     const std::string input = std::to_string(rdns);
-    const Bytes& der = samples.generated_names[i].der;
+    const bytes_t& der = samples.generated_names[i].der;
     add_one(cases, {"W2-direct", input, rdns}, who, der, print_direct, print_note);
     add_one(cases, {"W2-reverse", input, rdns}, who, der, print_reverse, print_note);
     add_one(cases, {"W3", input, rdns}, who, generated[i], build_name, build_note);
@@ -132,16 +132,16 @@ std::size_t oid_to_der(const std::string& text) {
   return static_cast<std::size_t>(size);
 }
 
-using OwnedObject = Owned<ASN1_OBJECT, ASN1_OBJECT_free>;
+using owned_object_t = owned_t<ASN1_OBJECT, ASN1_OBJECT_free>;
 
-OwnedObject object_of(const Bytes& element) {
+owned_object_t object_of(const bytes_t& element) {
   const unsigned char* p = element.data();
-  OwnedObject object(d2i_ASN1_OBJECT(nullptr, &p, size_of(element)));
+  owned_object_t object(d2i_ASN1_OBJECT(nullptr, &p, size_of(element)));
   require(object != nullptr, "d2i_ASN1_OBJECT");
   return object;
 }
 
-std::size_t oid_to_text(const Bytes& element) {
+std::size_t oid_to_text(const bytes_t& element) {
   char text[512];
   const int size = OBJ_obj2txt(text, sizeof(text), object_of(element).get(), 1);
   require(size > 0, "OBJ_obj2txt");
@@ -150,17 +150,17 @@ std::size_t oid_to_text(const Bytes& element) {
 
 // ---- W5 ----
 
-using OwnedContainer = Owned<PKCS12, PKCS12_free>;
+using owned_container_t = owned_t<PKCS12, PKCS12_free>;
 
 void free_safes(STACK_OF(PKCS7) * safes) {
   sk_PKCS7_pop_free(safes, PKCS7_free);
 }
-using OwnedSafes = Owned<STACK_OF(PKCS7), free_safes>;
+using owned_safes_t = owned_t<STACK_OF(PKCS7), free_safes>;
 
 void free_bags(STACK_OF(PKCS12_SAFEBAG) * bags) {
   sk_PKCS12_SAFEBAG_pop_free(bags, PKCS12_SAFEBAG_free);
 }
-using OwnedBags = Owned<STACK_OF(PKCS12_SAFEBAG), free_bags>;
+using owned_bags_t = owned_t<STACK_OF(PKCS12_SAFEBAG), free_bags>;
 
 std::size_t attribute_size(const PKCS12_SAFEBAG* bag, int nid) {
   const ASN1_TYPE* value = PKCS12_SAFEBAG_get0_attr(bag, nid);
@@ -168,15 +168,15 @@ std::size_t attribute_size(const PKCS12_SAFEBAG* bag, int nid) {
   return static_cast<std::size_t>(ASN1_STRING_length(value->value.asn1_string));
 }
 
-std::size_t read_container(const Container& container) {
+std::size_t read_container(const container_t& container) {
   const unsigned char* p = container.der.data();
-  const OwnedContainer pfx(d2i_PKCS12(nullptr, &p, size_of(container.der)));
+  const owned_container_t pfx(d2i_PKCS12(nullptr, &p, size_of(container.der)));
   require(pfx != nullptr, "d2i_PKCS12");
-  const OwnedSafes safes(PKCS12_unpack_authsafes(pfx.get()));
+  const owned_safes_t safes(PKCS12_unpack_authsafes(pfx.get()));
   require(safes != nullptr, "PKCS12_unpack_authsafes");
   std::size_t sum = 0;
   for (int i = 0; i < sk_PKCS7_num(safes.get()); ++i) {
-    const OwnedBags bags(PKCS12_unpack_p7data(sk_PKCS7_value(safes.get(), i)));
+    const owned_bags_t bags(PKCS12_unpack_p7data(sk_PKCS7_value(safes.get(), i)));
     require(bags != nullptr, "PKCS12_unpack_p7data");
     for (int j = 0; j < sk_PKCS12_SAFEBAG_num(bags.get()); ++j) {
       const PKCS12_SAFEBAG* bag = sk_PKCS12_SAFEBAG_value(bags.get(), j);
@@ -187,8 +187,8 @@ std::size_t read_container(const Container& container) {
 }
 
 // The value goes in as an element of any kind, so that nothing parses it.
-PKCS12_SAFEBAG* new_bag(const Bag& from) {
-  const Owned<ASN1_TYPE, ASN1_TYPE_free> value(ASN1_TYPE_new());
+PKCS12_SAFEBAG* new_bag(const bag_t& from) {
+  const owned_t<ASN1_TYPE, ASN1_TYPE_free> value(ASN1_TYPE_new());
   ASN1_STRING* bytes = ASN1_STRING_type_new(V_ASN1_SEQUENCE);
   ASN1_STRING_set(bytes, from.value.data(), size_of(from.value));
   ASN1_TYPE_set(value.get(), V_ASN1_SEQUENCE, bytes);
@@ -198,21 +198,21 @@ PKCS12_SAFEBAG* new_bag(const Bag& from) {
   require(
       PKCS12_add_friendlyname_uni(bag, from.friendly_name.data(), size_of(from.friendly_name)) == 1,
       "PKCS12_add_friendlyname_uni");
-  Bytes key_id = from.local_key_id;
+  bytes_t key_id = from.local_key_id;
   require(PKCS12_add_localkeyid(bag, key_id.data(), size_of(key_id)) == 1, "PKCS12_add_localkeyid");
   return bag;
 }
 
-std::size_t write_container(const Container& container) {
-  static Bytes der;
+std::size_t write_container(const container_t& container) {
+  static bytes_t der;
   unsigned char salt[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  const OwnedBags bags(sk_PKCS12_SAFEBAG_new_null());
-  for (const Bag& bag : container.bags) {
+  const owned_bags_t bags(sk_PKCS12_SAFEBAG_new_null());
+  for (const bag_t& bag : container.bags) {
     sk_PKCS12_SAFEBAG_push(bags.get(), new_bag(bag));
   }
-  const OwnedSafes safes(sk_PKCS7_new_null());
+  const owned_safes_t safes(sk_PKCS7_new_null());
   sk_PKCS7_push(safes.get(), PKCS12_pack_p7data(bags.get()));
-  const OwnedContainer pfx(PKCS12_init(NID_pkcs7_data));
+  const owned_container_t pfx(PKCS12_init(NID_pkcs7_data));
   require(PKCS12_pack_authsafes(pfx.get(), safes.get()) == 1, "PKCS12_pack_authsafes");
   require(PKCS12_setup_mac(pfx.get(), 1, salt, sizeof(salt), EVP_sha1()) == 1, "PKCS12_setup_mac");
   const int size = i2d_PKCS12(pfx.get(), nullptr);
@@ -223,12 +223,12 @@ std::size_t write_container(const Container& container) {
   return der.size();
 }
 
-void add_reading(const Container& container, Cases& cases) {
+void add_reading(const container_t& container, cases_t& cases) {
   const std::size_t bags = container.bags.size();
   add_one(cases, {"W5-read", std::to_string(bags), bags}, who, container, read_container);
 }
 
-void add_writing(const Container& container, Cases& cases) {
+void add_writing(const container_t& container, cases_t& cases) {
   const std::size_t bags = container.bags.size();
   add_one(cases, {"W5-write", std::to_string(bags), bags}, who, container, write_container,
           "the structure without cryptography; the MAC names SHA-1");
@@ -237,7 +237,7 @@ void add_writing(const Container& container, Cases& cases) {
 // ---- W6 ----
 
 // d2i_RSA_PUBKEY does the same through the provider layer and takes several times as long.
-Owned<RSA, RSA_free> rsa_key(const Bytes& der) {
+owned_t<RSA, RSA_free> rsa_key(const bytes_t& der) {
   const unsigned char* p = der.data();
   const unsigned char* end = p + der.size();
   long size = 0;
@@ -248,26 +248,26 @@ Owned<RSA, RSA_free> rsa_key(const Bytes& der) {
   p += size;
   require(ASN1_get_object(&p, &size, &tag, &cls, end - p) == 0, "ASN1_get_object");
   ++p;  // the unused bits
-  Owned<RSA, RSA_free> rsa(d2i_RSAPublicKey(nullptr, &p, end - p));
+  owned_t<RSA, RSA_free> rsa(d2i_RSAPublicKey(nullptr, &p, end - p));
   require(rsa != nullptr, "d2i_RSAPublicKey");
   return rsa;
 }
 
-std::size_t read_rsa_key(const Bytes& der) {
-  const Owned<RSA, RSA_free> rsa = rsa_key(der);
+std::size_t read_rsa_key(const bytes_t& der) {
+  const owned_t<RSA, RSA_free> rsa = rsa_key(der);
   require(RSA_get0_e(rsa.get()) != nullptr, "RSA_get0_e");
   return static_cast<std::size_t>(BN_num_bytes(RSA_get0_n(rsa.get())));
 }
 
 bool same_number(const BIGNUM* number, const blob_t& bytes) {
-  const Owned<BIGNUM, BN_free> ours(BN_bin2bn(bytes.data, static_cast<int>(bytes.size), nullptr));
+  const owned_t<BIGNUM, BN_free> ours(BN_bin2bn(bytes.data, static_cast<int>(bytes.size), nullptr));
   return BN_cmp(number, ours.get()) == 0;
 }
 
 // The library finds the same numbers.
-void check_keys(const std::vector<Bytes>& keys) {
-  for (const Bytes& der : keys) {
-    const Owned<RSA, RSA_free> rsa = rsa_key(der);
+void check_keys(const std::vector<bytes_t>& keys) {
+  for (const bytes_t& der : keys) {
+    const owned_t<RSA, RSA_free> rsa = rsa_key(der);
     asn_pubkey_t key;
     asn_rsa_pubkey_t ours;
     require(asn_read_pubkey(der.data(), static_cast<long>(der.size()), key), "asn_read_pubkey");
@@ -280,23 +280,23 @@ void check_keys(const std::vector<Bytes>& keys) {
 // ---- W7 ----
 
 // Parsing the object already looks it up.
-std::size_t short_name(const Bytes& oid) {
+std::size_t short_name(const bytes_t& oid) {
   return OBJ_nid2sn(OBJ_obj2nid(object_of(oid).get())) != nullptr;
 }
 
 }  // namespace
 
-void add_openssl(const Samples& samples, Cases& cases) {
+void add_openssl(const samples_t& samples, cases_t& cases) {
   add_each(cases, {"W1", "certificates", samples.elements}, who, samples.certificates,
-           [](const Bytes& der) { return walk(der.data(), size_of(der)); });
+           [](const bytes_t& der) { return walk(der.data(), size_of(der)); });
   add_names(samples, cases);
   const std::size_t oids = samples.oids.size();
   add_each(cases, {"W4-to-der", "oids", oids}, who, samples.oid_text, oid_to_der);
   add_each(cases, {"W4-to-text", "oids", oids}, who, samples.oids, oid_to_text);
-  for (const Container& container : samples.containers) {
+  for (const container_t& container : samples.containers) {
     add_reading(container, cases);
   }
-  for (const Container& container : samples.certificate_containers) {
+  for (const container_t& container : samples.certificate_containers) {
     add_writing(container, cases);
   }
   check_keys(samples.rsa_keys);

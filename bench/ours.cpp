@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* who = "ours";
 
-unsigned size32(const Bytes& bytes) {
+unsigned size32(const bytes_t& bytes) {
   return static_cast<unsigned>(bytes.size());
 }
 
@@ -55,7 +55,7 @@ std::size_t walk_inlined(asn_iter_t cursor) {
 // ---- W2 and W3: names ----
 
 // `text` keeps its room from call to call.
-std::size_t print(const Bytes& der, PrintableDnOrder order, std::string& text) {
+std::size_t print(const bytes_t& der, PrintableDnOrder order, std::string& text) {
   text.clear();
   require(asn_dn_to_printable(der.data(), size32(der), text, order, OID_MAP_HANDLE_DEFAULT),
           "asn_dn_to_printable");
@@ -68,30 +68,30 @@ std::size_t parse(const std::string& text) {
   return der.size();
 }
 
-void add_printing(const Samples& samples, PrintableDnOrder order, const char* workload,
-                  const char* fresh_workload, Cases& cases) {
-  const auto reused = [order](const Bytes& der) {
+void add_printing(const samples_t& samples, PrintableDnOrder order, const char* workload,
+                  const char* fresh_workload, cases_t& cases) {
+  const auto reused = [order](const bytes_t& der) {
     static thread_local std::string text;
     return print(der, order, text);
   };
-  const auto fresh = [order](const Bytes& der) {
+  const auto fresh = [order](const bytes_t& der) {
     std::string text;
     return print(der, order, text);
   };
   const std::size_t names = samples.names.size();
   add_each(cases, {workload, "names", names}, who, samples.names, reused);
   add_each(cases, {fresh_workload, "names", names}, who, samples.names, fresh);
-  for (const Name& name : samples.generated_names) {
+  for (const name_t& name : samples.generated_names) {
     const std::size_t rdns = name.attributes.size();
     add_one(cases, {workload, std::to_string(rdns), rdns}, who, name.der, reused);
     add_one(cases, {fresh_workload, std::to_string(rdns), rdns}, who, name.der, fresh);
   }
 }
 
-void add_parsing(const Samples& samples, Cases& cases) {
-  const auto one = [](const Name& name) { return parse(name.text); };
+void add_parsing(const samples_t& samples, cases_t& cases) {
+  const auto one = [](const name_t& name) { return parse(name.text); };
   add_each(cases, {"W3", "names", samples.plain_names.size()}, who, samples.plain_names, one);
-  for (const Name& name : samples.generated_names) {
+  for (const name_t& name : samples.generated_names) {
     const std::size_t rdns = name.attributes.size();
     add_one(cases, {"W3", std::to_string(rdns), rdns}, who, name, one);
   }
@@ -106,7 +106,7 @@ std::size_t oid_to_der(const std::string& text) {
   return size;
 }
 
-std::size_t oid_to_text(const Bytes& oid) {
+std::size_t oid_to_text(const bytes_t& oid) {
   static std::string text;
   text.clear();
   require(oid_asn_to_str_(oid.data() + 2, oid.data() + oid.size(), text), "oid_asn_to_str_");
@@ -115,8 +115,8 @@ std::size_t oid_to_text(const Bytes& oid) {
 
 // ---- W5: containers ----
 
-std::size_t read_container(const Container& container) {
-  PlainCrypto crypto;
+std::size_t read_container(const container_t& container) {
+  plain_crypto_t crypto;
   pkcs12_easy_t model;
   require(asn_read_pkcs12_easy(container.der.data(), size32(container.der), &crypto, model),
           "asn_read_pkcs12_easy");
@@ -129,17 +129,17 @@ std::size_t read_container(const Container& container) {
 
 std::size_t write_container(const pkcs12_easy_t& model) {
   static thread_local std::string der;
-  PlainCrypto crypto;
+  plain_crypto_t crypto;
   asn_write_pkcs12_easy(model, &crypto, der);
   return der.size();
 }
 
-void add_reading(const Container& container, Cases& cases) {
+void add_reading(const container_t& container, cases_t& cases) {
   const std::size_t bags = container.bags.size();
   add_one(cases, {"W5-read", std::to_string(bags), bags}, who, container, read_container);
 }
 
-void add_writing(const Container& container, Cases& cases) {
+void add_writing(const container_t& container, cases_t& cases) {
   const std::size_t bags = container.bags.size();
   const std::string input = std::to_string(bags);
   for (const bool encrypted : {false, true}) {
@@ -152,7 +152,7 @@ void add_writing(const Container& container, Cases& cases) {
 
 // ---- W6: public keys ----
 
-std::size_t read_rsa_key(const Bytes& der) {
+std::size_t read_rsa_key(const bytes_t& der) {
   asn_pubkey_t key;
   asn_rsa_pubkey_t rsa;
   require(asn_read_pubkey(der.data(), static_cast<long>(der.size()), key), "asn_read_pubkey");
@@ -163,7 +163,7 @@ std::size_t read_rsa_key(const Bytes& der) {
 
 // ---- W7: names of OIDs ----
 
-std::size_t short_name(const Bytes& oid) {
+std::size_t short_name(const bytes_t& oid) {
   const OIDdescr_t* entry =
       oid_map_find_asn(OID_MAP_HANDLE_DEFAULT, oid.data() + 2, size32(oid) - 2);
   require(entry != nullptr, "oid_map_find_asn");
@@ -172,11 +172,11 @@ std::size_t short_name(const Bytes& oid) {
 
 }  // namespace
 
-void add_ours(const Samples& samples, Cases& cases) {
+void add_ours(const samples_t& samples, cases_t& cases) {
   add_each(cases, {"W1", "certificates", samples.elements}, who, samples.certificates,
-           [](const Bytes& der) { return walk_exported(der.data(), der.data() + der.size()); });
+           [](const bytes_t& der) { return walk_exported(der.data(), der.data() + der.size()); });
   add_each(cases, {"W1", "certificates", samples.elements}, "ours-inlined", samples.certificates,
-           [](const Bytes& der) {
+           [](const bytes_t& der) {
              return walk_inlined({der.data(), size32(der)});
            });
   add_printing(samples, DN_ORDER_DIRECT, "W2-direct", "W2-direct-empty", cases);
@@ -185,10 +185,10 @@ void add_ours(const Samples& samples, Cases& cases) {
   const std::size_t oids = samples.oids.size();
   add_each(cases, {"W4-to-der", "oids", oids}, who, samples.oid_text, oid_to_der);
   add_each(cases, {"W4-to-text", "oids", oids}, who, samples.oids, oid_to_text);
-  for (const Container& container : samples.containers) {
+  for (const container_t& container : samples.containers) {
     add_reading(container, cases);
   }
-  for (const Container& container : samples.certificate_containers) {
+  for (const container_t& container : samples.certificate_containers) {
     add_writing(container, cases);
   }
   add_each(cases, {"W6", "keys", samples.rsa_keys.size()}, who, samples.rsa_keys, read_rsa_key);

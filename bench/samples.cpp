@@ -15,24 +15,24 @@
 
 namespace {
 
-unsigned size32(const Bytes& bytes) {
+unsigned size32(const bytes_t& bytes) {
   return static_cast<unsigned>(bytes.size());
 }
 
-Bytes bytes_of(const std::string& text) {
+bytes_t bytes_of(const std::string& text) {
   return {text.begin(), text.end()};
 }
 
 // ---- Certificates ----
 
 // The first certificate of a PEM file.
-Bytes decode_pem(const std::string& text) {
+bytes_t decode_pem(const std::string& text) {
   static const std::string digits =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   const std::string begin_line = "-----BEGIN CERTIFICATE-----";
   const std::size_t begin = text.find(begin_line);
   require(begin != std::string::npos, "finding a PEM certificate");
-  Bytes der;
+  bytes_t der;
   unsigned bits = 0;
   int count = 0;
   for (std::size_t i = begin + begin_line.size(); i < text.size() && text[i] != '='; ++i) {
@@ -53,13 +53,13 @@ Bytes decode_pem(const std::string& text) {
   return der;
 }
 
-std::vector<Bytes> load_certificates(const std::string& directory) {
+std::vector<bytes_t> load_certificates(const std::string& directory) {
   std::vector<std::filesystem::path> paths;
   for (const auto& entry : std::filesystem::directory_iterator(directory)) {
     paths.push_back(entry.path());
   }
   std::sort(paths.begin(), paths.end());
-  std::vector<Bytes> certificates;
+  std::vector<bytes_t> certificates;
   for (const auto& path : paths) {
     std::ifstream file(path, std::ios::binary);
     certificates.push_back(decode_pem({std::istreambuf_iterator<char>(file), {}}));
@@ -68,23 +68,23 @@ std::vector<Bytes> load_certificates(const std::string& directory) {
 }
 
 // One element: its content, and all of it.
-struct Element {
+struct element_t {
   asn_iter_t content;
-  Bytes der;
+  bytes_t der;
 };
 
-Element next_element(asn_iter_t& cursor) {
+element_t next_element(asn_iter_t& cursor) {
   const unsigned char* begin = cursor.ptr;
-  Element element;
+  element_t element;
   require(asn1_read_tag_i_(asn_tag_t::ANY, &cursor, &element.content), "reading a sample");
   element.der.assign(begin, cursor.ptr);
   return element;
 }
 
 // Counts the elements and collects the OIDs.
-void collect_elements(asn_iter_t cursor, Samples& samples) {
+void collect_elements(asn_iter_t cursor, samples_t& samples) {
   while (cursor.len != 0) {
-    const Element element = next_element(cursor);
+    const element_t element = next_element(cursor);
     ++samples.elements;
     if (element.der[0] == asn_tag_t::OID) {
       samples.oids.push_back(element.der);
@@ -97,7 +97,7 @@ void collect_elements(asn_iter_t cursor, Samples& samples) {
 
 // TBSCertificate ::= SEQUENCE { version [0], serialNumber, signature, issuer, validity, subject,
 //                               subjectPublicKeyInfo, ... }
-void collect_fields(const Bytes& certificate, Samples& samples) {
+void collect_fields(const bytes_t& certificate, samples_t& samples) {
   asn_iter_t cursor{certificate.data(), size32(certificate)};
   asn_iter_t outer = next_element(cursor).content;
   asn_iter_t fields = next_element(outer).content;
@@ -109,9 +109,9 @@ void collect_fields(const Bytes& certificate, Samples& samples) {
   samples.names.push_back(next_element(fields).der);
   next_element(fields);
   samples.names.push_back(next_element(fields).der);
-  Element key = next_element(fields);
+  element_t key = next_element(fields);
   asn_iter_t algorithm = next_element(key.content).content;
-  static const Bytes rsa = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x01};
+  static const bytes_t rsa = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x01};
   const asn_iter_t oid = next_element(algorithm).content;
   if (std::equal(oid.ptr, oid.ptr + oid.len, rsa.begin(), rsa.end())) {
     samples.rsa_keys.push_back(key.der);
@@ -120,28 +120,28 @@ void collect_fields(const Bytes& certificate, Samples& samples) {
 
 // ---- Names ----
 
-std::string dotted(const Bytes& oid) {
+std::string dotted(const bytes_t& oid) {
   std::string text;
   require(oid_asn_to_str_(oid.data() + 2, oid.data() + oid.size(), text), "oid_asn_to_str_");
   return text;
 }
 
-std::string printed(const Bytes& der, PrintableDnOrder order) {
+std::string printed(const bytes_t& der, PrintableDnOrder order) {
   std::string text;
   require(asn_dn_to_printable(der.data(), size32(der), text, order, OID_MAP_HANDLE_DEFAULT),
           "asn_dn_to_printable");
   return text;
 }
 
-std::vector<Attribute> attributes_of(const Bytes& der, bool& plain) {
-  std::vector<Attribute> attributes;
+std::vector<attribute_t> attributes_of(const bytes_t& der, bool& plain) {
+  std::vector<attribute_t> attributes;
   asn_iter_t cursor{der.data(), size32(der)};
   asn_iter_t rdns = next_element(cursor).content;
   while (rdns.len != 0) {
     asn_iter_t rdn = next_element(rdns).content;
     asn_iter_t pair = next_element(rdn).content;
-    const Bytes type = next_element(pair).der;
-    const Element value = next_element(pair);
+    const bytes_t type = next_element(pair).der;
+    const element_t value = next_element(pair);
     attributes.push_back(
         {type, dotted(type), {value.content.ptr, value.content.ptr + value.content.len}});
     constexpr unsigned char utf8_string = 0x0C;
@@ -155,12 +155,12 @@ std::vector<Attribute> attributes_of(const Bytes& der, bool& plain) {
 }
 
 // The library reads back what it prints: the same types and values, whatever the string types.
-void check_round_trip(const Name& name) {
+void check_round_trip(const name_t& name) {
   std::string der;
   require(printable_to_asn_dn(name.text.c_str(), der, OID_MAP_HANDLE_DEFAULT),
           "printable_to_asn_dn");
   bool plain = true;
-  const std::vector<Attribute> again = attributes_of(bytes_of(der), plain);
+  const std::vector<attribute_t> again = attributes_of(bytes_of(der), plain);
   require(plain && again.size() == name.attributes.size(), "printable_to_asn_dn");
   for (std::size_t i = 0; i < again.size(); ++i) {
     require(again[i].type == name.attributes[i].type && again[i].value == name.attributes[i].value,
@@ -168,11 +168,11 @@ void check_round_trip(const Name& name) {
   }
 }
 
-void collect_name(const Bytes& der, Samples& samples, std::vector<Name>& to) {
+void collect_name(const bytes_t& der, samples_t& samples, std::vector<name_t>& to) {
   bool plain = true;
-  Name name{der, {}, {}, attributes_of(der, plain)};
-  for (const Attribute& attribute : name.attributes) {
-    const Bytes& type = attribute.type;
+  name_t name{der, {}, {}, attributes_of(der, plain)};
+  for (const attribute_t& attribute : name.attributes) {
+    const bytes_t& type = attribute.type;
     if (oid_map_find_asn(OID_MAP_HANDLE_DEFAULT, type.data() + 2, size32(type) - 2) != nullptr) {
       samples.attribute_types.push_back(type);
       samples.attribute_type_text.push_back(attribute.type_text);
@@ -187,7 +187,7 @@ void collect_name(const Bytes& der, Samples& samples, std::vector<Name>& to) {
   to.push_back(name);
 }
 
-Bytes generated_name(unsigned rdns) {
+bytes_t generated_name(unsigned rdns) {
   static const char* const types[] = {"O", "OU", "CN"};
   std::string text;
   for (unsigned i = 0; i < rdns; ++i) {
@@ -200,8 +200,8 @@ Bytes generated_name(unsigned rdns) {
 
 // ---- Containers ----
 
-Bag generated_bag(unsigned number, const Bytes& value) {
-  Bag bag{value, {}, Bytes(20, static_cast<unsigned char>(number))};
+bag_t generated_bag(unsigned number, const bytes_t& value) {
+  bag_t bag{value, {}, bytes_t(20, static_cast<unsigned char>(number))};
   for (const char c : "Bag " + std::to_string(100000 + number)) {
     bag.friendly_name.push_back(0);
     bag.friendly_name.push_back(static_cast<unsigned char>(c));
@@ -209,8 +209,8 @@ Bag generated_bag(unsigned number, const Bytes& value) {
   return bag;
 }
 
-void encode(Container& container) {
-  PlainCrypto crypto;
+void encode(container_t& container) {
+  plain_crypto_t crypto;
   std::string der;
   asn_write_pkcs12_easy(model_of(container, false), &crypto, der);
   container.der = bytes_of(der);
@@ -220,22 +220,22 @@ void encode(Container& container) {
   require(again.plain_bags.size() == container.bags.size(), "asn_read_pkcs12_easy");
   auto bag = container.bags.begin();
   for (const pkcs12_bag_t& read : again.plain_bags) {
-    require(Bytes(read.value.data, read.value.data + read.value.size) == bag->value,
+    require(bytes_t(read.value.data, read.value.data + read.value.size) == bag->value,
             "asn_read_pkcs12_easy");
     ++bag;
   }
 }
 
 // A SEQUENCE of 128 bytes in all, as a stand-in for a short certificate.
-Bytes generated_value(unsigned number) {
-  Bytes value(128, static_cast<unsigned char>(number));
+bytes_t generated_value(unsigned number) {
+  bytes_t value(128, static_cast<unsigned char>(number));
   const unsigned char header[] = {0x30, 0x7E, 0x04, 0x7C};
   std::copy(std::begin(header), std::end(header), value.begin());
   return value;
 }
 
-Container container_of(unsigned bags, const std::vector<Bytes>& values) {
-  Container container;
+container_t container_of(unsigned bags, const std::vector<bytes_t>& values) {
+  container_t container;
   for (unsigned i = 0; i < bags; ++i) {
     container.bags.push_back(generated_bag(i, values[i % values.size()]));
   }
@@ -245,38 +245,38 @@ Container container_of(unsigned bags, const std::vector<Bytes>& values) {
 
 }  // namespace
 
-pkcs12_easy_t model_of(const Container& container, bool encrypted) {
+pkcs12_easy_t model_of(const container_t& container, bool encrypted) {
   static const unsigned char salt[] = {1, 2, 3, 4, 5, 6, 7, 8};
   pkcs12_easy_t model;
   model.mac.mac_salt = {sizeof(salt), salt};
   model.mac.mac_iterations = 1;
   std::list<pkcs12_bag_t>& bags = encrypted ? model.encrypted_bags : model.plain_bags;
-  const auto view = [](const Bytes& bytes) { return blob_t{size32(bytes), bytes.data()}; };
-  for (const Bag& bag : container.bags) {
+  const auto view = [](const bytes_t& bytes) { return blob_t{size32(bytes), bytes.data()}; };
+  for (const bag_t& bag : container.bags) {
     bags.push_back(
         {PKCS12_BAG_CERT, view(bag.value), view(bag.friendly_name), view(bag.local_key_id)});
   }
   return model;
 }
 
-Samples load_samples(const std::string& certificate_directory) {
-  Samples samples;
+samples_t load_samples(const std::string& certificate_directory) {
+  samples_t samples;
   samples.certificates = load_certificates(certificate_directory);
-  for (const Bytes& certificate : samples.certificates) {
+  for (const bytes_t& certificate : samples.certificates) {
     collect_elements({certificate.data(), size32(certificate)}, samples);
     collect_fields(certificate, samples);
   }
-  for (const Bytes& oid : samples.oids) {
+  for (const bytes_t& oid : samples.oids) {
     samples.oid_text.push_back(dotted(oid));
   }
-  for (const Bytes& name : samples.names) {
+  for (const bytes_t& name : samples.names) {
     collect_name(name, samples, samples.plain_names);
   }
-  std::vector<Bytes> short_values;
+  std::vector<bytes_t> short_values;
   for (unsigned i = 0; i < 256; ++i) {
     short_values.push_back(generated_value(i));
   }
-  Samples unused;
+  samples_t unused;
   for (const unsigned size : generated_sizes) {
     collect_name(generated_name(size), unused, samples.generated_names);
     samples.containers.push_back(container_of(size, short_values));

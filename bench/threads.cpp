@@ -18,7 +18,7 @@ constexpr int rounds = 301;
 constexpr double seconds_per_round = 0.001;
 
 // Of `threads` threads that each run the case `runs` times, from the moment all are ready.
-double seconds(const Case& one, unsigned runs, unsigned threads) {
+double seconds(const case_t& one, unsigned runs, unsigned threads) {
   std::atomic<unsigned> ready = 0;
   std::atomic<bool> begun = false;
   std::vector<std::thread> workers;
@@ -44,7 +44,7 @@ double seconds(const Case& one, unsigned runs, unsigned threads) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-double gain(const Case& one) {
+double gain(const case_t& one) {
   const double estimate = seconds(one, 10, 1) / 10;
   const auto runs = static_cast<unsigned>(seconds_per_round / estimate) + 1;
   double alone = 1e9;
@@ -59,10 +59,10 @@ double gain(const Case& one) {
 }  // namespace
 
 int main() {
-  const Samples samples = load_samples(CERTIFICATES);
-  Cases cases;
+  const samples_t samples = load_samples(CERTIFICATES);
+  cases_t cases;
   add_ours(samples, cases);
-  for (const Case& one : cases) {
+  for (const case_t& one : cases) {
     const std::string name = title(one);
     if (std::find(std::begin(measured), std::end(measured), name) != std::end(measured)) {
       std::printf("%s %.3f\n", name.c_str(), gain(one));

@@ -12,7 +12,7 @@ blob_t view(const std::string& bytes) {
           reinterpret_cast<const unsigned char*>(bytes.data())};
 }
 
-struct toy_crypto_t : PlainCrypto {
+struct toy_crypto_t : plain_crypto_t {
   std::string covered;   // what the MAC is computed over
   bool refused = false;  // the last MAC
 

@@ -7,7 +7,7 @@
 #include <pkider/pkcs12_helper.h>
 
 // Accepts every MAC, leaves the model's own on writing, and "encrypts" by copying.
-class PlainCrypto : public pbe_crypto_t {
+class plain_crypto_t : public pbe_crypto_t {
  public:
   bool verify_mac(const pkcs12_mac_t&, const unsigned char*, unsigned) override { return true; }
   bool compute_mac(const unsigned char*, unsigned, pkcs12_mac_t&) override { return false; }

@@ -25,7 +25,7 @@ void print(text_t in, std::string& out) {
 }
 template <bool Write>
 void container(text_t in, std::string& out) {
-  PlainCrypto crypto;
+  plain_crypto_t crypto;
   pkcs12_easy_t model;
   asn_read_pkcs12_easy(data_of(in), size_of(in), &crypto, model);
   if (Write) {

@@ -75,7 +75,7 @@ const operation_t operations[] = {
     [](auto& out) { asn_write_pkcs8_pki_gost(key, out); },
     [](auto& out) { asn_write_pkcs8_encrypted_pki_gost(shrouded, out); },
     [](auto& out) {
-      PlainCrypto crypto;
+      plain_crypto_t crypto;
       pkcs12_easy_t model;
       model.plain_bags = {{PKCS12_BAG_CERT, blob, blob, blob}};
       model.encrypted_bags = {{PKCS12_BAG_KEY, blob, {}, {}}, {PKCS12_BAG_CERT, blob, {}, {}}};
@@ -106,7 +106,7 @@ std::string secrets(unsigned count) {
 enum answer_t { yes, no, thrown };
 
 // Decrypts to one text, with a secret in the room behind it, and "encrypts" to as many 'x'.
-struct fake_crypto_t : PlainCrypto {
+struct fake_crypto_t : plain_crypto_t {
   const answer_t given;
   const std::string text;
 
