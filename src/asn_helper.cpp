@@ -111,8 +111,8 @@ constexpr pki_oid_ref_t ref(const std::array<unsigned char, N>& bytes) {
   return {bytes.data(), N};
 }
 
-// Q14: in every map the first match wins. Plain forms stand before CryptoPro's, which share their
-// OIDs.
+// Q14: in each of these the first row that matches counts. Plain forms stand before CryptoPro's,
+// which share their OIDs.
 // clang-format off
 
 constexpr alg_oid_t digest_map[] = {
@@ -187,6 +187,7 @@ const pki_oid_ref_t* find_oid(const Row (&map)[N], pki_alg_t alg,
   return &no_oid;
 }
 
+// Q14: the first row.
 template <class Row, unsigned N>
 pki_alg_t find_alg(const Row (&map)[N], const void* oid, unsigned len) {
   for (const Row& row : map) {
@@ -239,8 +240,9 @@ pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned len) {
 
 // ---- DigestInfo ----
 
+// Q15: NULL parameters for every digest, and an empty OID for a code that is no digest's.
 void asn_add_alg_to_digest(std::string& digest, pki_alg_t alg) {
-  const pki_oid_ref_t* algorithm = PKI_HASH_ALG_TO_OID(alg);  // Q15: empty for no digest
+  const pki_oid_ref_t* algorithm = PKI_HASH_ALG_TO_OID(alg);
   asn1::assign(
       digest, asn1::digest_info(asn1::oid({algorithm->size, algorithm->data}), asn1::view(digest)));
 }
@@ -391,7 +393,8 @@ bool read_optional_field(unsigned char number, asn_tag_t::Type type, asn_iter_t*
 //   hashAlgorithm [0] AlgorithmIdentifier DEFAULT sha1,
 //   maskGenAlgorithm [1] AlgorithmIdentifier DEFAULT mgf1SHA1, saltLength [2] INTEGER DEFAULT 20,
 //   trailerField [3] INTEGER DEFAULT 1 }
-// Yields the hash's OID, left as it was where it is the default.
+// Yields the hash's OID, left as it was where it is the default. Q20: a field that comes too late
+// is not seen.
 bool read_pss_hash(const blob_t& der, blob_t& hash) {
   asn_iter_t input = asn1_iter_(der);
   asn_iter_t params;

@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cstdint>
 #include <cstdio>
-#include <list>
 #include <memory>
 #include <string>
 

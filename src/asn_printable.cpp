@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -614,7 +615,7 @@ bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map)
     }
     const auto pair = sequence(oid(type), primitive(value.tag, view(value.content)));
     if (rdn.len == 0 && !splitter.joins_next()) {
-      append_one_of_many(name, set(pair));
+      append_one_of_many(name, set(pair));  // Q26: in text order
       continue;
     }
     append_one_of_many(rdn, pair);  // Q39: in text order

@@ -130,7 +130,7 @@ time_t mktime_utc_(tm* utc) {
   }
   tm copy = *utc;
   const time_t as_local = std::mktime(&copy);
-  if (as_local == -1) {
+  if (as_local == -1) {  // Q23: also where that is the time
     return -1;
   }
   // Q23: the zone's offset of today, whatever the date.
@@ -175,7 +175,7 @@ const char* TimeToString(long t) {
 std::string& CertTimeToStringGMT(cert_time64_t t, std::string& s) {
   tm fields;
   if (!unpack(t, fields)) {
-    append_string_(s, error_time);
+    append_string_(s, error_time);  // Q22
     return s;
   }
   append_time(s, "%d.%m.%Y %H:%M:%S GMT", fields);

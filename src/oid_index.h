@@ -83,7 +83,7 @@ struct oid_map_compare_t {
 template <auto Key, auto Size, class Compare>
 class oid_index_t {
  public:
-  // Takes in all entries of a map; of those with one key, only the first.
+  // Takes in all entries of a map; Q13: of those with one key, only the first.
   void build(const std::list<OIDdescr_t>& entries) {
     entries_.clear();
     entries_.reserve(entries.size());

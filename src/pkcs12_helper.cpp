@@ -1,5 +1,6 @@
 // PKCS#12 containers (RFC 7292) and the PKCS#7 ContentInfo (RFC 2315) that they are made of.
 
+#include <cstdint>
 #include <list>
 #include <string>
 #include <utility>
@@ -67,7 +68,11 @@ class plaintext_t {
   std::list<std::string> node_ = std::list<std::string>(1);
 };
 
+}  // namespace
+
 // ---- PKCS#7 ContentInfo ----
+
+namespace {
 
 // ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] EXPLICIT ANY }
 struct pkcs7_content_info_t {
@@ -130,13 +135,17 @@ bool asn_read_pkcs12_MacData(const unsigned char* der, unsigned len, pkcs12_mac_
 
 namespace {
 
-// Q50: the algorithm is written whatever mac.digest_alg says.
+// Q50: the algorithm is written whatever mac.digest_alg says, and the count also where it is 1.
 auto mac_data(const pkcs12_mac_t& mac) {
   return sequence(digest_info(oid(g_oid_GOSTR3411), mac.digest), octet_string(mac.mac_salt),
                   integer(mac.mac_iterations));
 }
 
+}  // namespace
+
 // ---- SafeContents ----
+
+namespace {
 
 struct pkcs12_easy_wrap_t {
   pkcs12_easy_t* easy;
@@ -314,7 +323,7 @@ bool read_encrypted_data(const blob_t& content, pkcs12_easy_wrap_t& wrap) {
       !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &data, &info) ||
       !asn1_read_view_(asn_tag_t::OID, &info, &type) ||
       !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) ||
-      !asn1_read_tag_i_(asn_tag::CONTEXT_PRIMITIVE, 0, &info, &ciphertext) ||
+      !asn1_read_tag_i_(asn_tag::CONTEXT_PRIMITIVE, 0, &info, &ciphertext) ||  // Q47
       (data.len != 0 && !asn1_read_tag_i_(asn_tag_t::ANY, &data, &attributes)) ||
       !accepts_version(version, 0)) {
     return false;
@@ -349,7 +358,7 @@ bool read_safe(const asn_iter_t& safe, pkcs12_easy_wrap_t& wrap) {
   if (asn_oid_equal_(info.content_type, g_oid_pkcs7_id_encrypted_data)) {
     return read_encrypted_data(info.content, wrap);
   }
-  return true;
+  return true;  // Q51
 }
 
 // AuthenticatedSafe ::= SEQUENCE OF ContentInfo
@@ -452,8 +461,8 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
   const auto* end = reinterpret_cast<const unsigned char*>(der.text.data()) + der.text.size();
   const auto safes_size = static_cast<unsigned>(safes.size());
   pkcs12_mac_t computed;
-  const bool has_mac = crypto->compute_mac(end - safes_size, safes_size, computed);
-  const auto mac = mac_data(has_mac ? computed : in.mac);  // Q55
+  const bool has_mac = crypto->compute_mac(end - safes_size, safes_size, computed);  // Q49
+  const auto mac = mac_data(has_mac ? computed : in.mac);                            // Q55
 
   std::string header;
   append(header, header_t(asn_tag_t::SEQUENCE, size32_(before_mac + mac.size())));

@@ -11,9 +11,9 @@
 
 using namespace asn1;
 
-namespace {
-
 // ---- PBES2 ----
+
+namespace {
 
 // PBES2-params  ::= SEQUENCE { keyDerivationFunc SEQUENCE, encryptionScheme SEQUENCE }
 // encryptionScheme: cipher OBJECT IDENTIFIER,
@@ -46,7 +46,7 @@ bool read_kdf(asn_iter_t kdf, pkcs5_pbe_gost_t& out) {
     return false;
   }
   if (asn1_next_is_(asn_tag_t::INTEGER, params) &&
-      !asn1_read_tag_i_(asn_tag_t::INTEGER, &params, &ignored)) {
+      !asn1_read_tag_i_(asn_tag_t::INTEGER, &params, &ignored)) {  // Q41: the keyLength
     return false;
   }
   if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &params, &prf) ||
@@ -77,7 +77,7 @@ bool asn_read_pkcs5_PBES2(const unsigned char* der, unsigned len, pkcs5_pbe_gost
   return read_kdf(kdf, out);
 }
 
-// The whole AlgorithmIdentifier.
+// Q43: the whole AlgorithmIdentifier. Q41: always with parameter set A and without keyLength.
 auto pbes2(const pkcs5_pbe_gost_t& in) {
   const auto prf = sequence(oid(g_oid_HMAC_GOSTR3411), null());
   const auto kdf =
@@ -136,7 +136,7 @@ constexpr gost_kind_t gost_kinds[] = {
     kind(PKCS8_GOST_2012_512, g_oid_ALG_GOST_341012_512, g_oid_tc26_gost_3410_12_512_paramSetA),
 };
 
-// The kind to write; for an unknown one both OIDs are empty.
+// The kind to write. Q45: for an unknown one both OIDs are empty.
 gost_kind_t find_kind(pkcs8_gost_alg_t key_alg) {
   for (const gost_kind_t& row : gost_kinds) {
     if (row.key_alg == key_alg) {
@@ -170,7 +170,8 @@ void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
   const auto params = sequence(oid(kind.param_set),
                                oid(g_id_GostR3411_94_CryptoProParamSet));  // Q45: for every kind
   const auto algorithm = sequence(oid(kind.algorithm), params);
-  assign(out, sequence(integer(0), algorithm, octet_string(octet_string(in.private_key))));
+  const auto private_key = octet_string(octet_string(in.private_key));  // Q45
+  assign(out, sequence(integer(0), algorithm, private_key));
 }
 
 // ---- EncryptedPrivateKeyInfo ----
