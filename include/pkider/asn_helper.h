@@ -41,7 +41,7 @@
 //     11  the next free number           04  SignalCOM
 //                                        08  the next free bit
 //   Bits 8 to 15: key variant
-//     01  GOST on elliptic curves: with kind 0E it makes -94 -2001, and 0F and 10 always have it
+//     01  GOST on elliptic curves: 0E is of 2001 with it and of 1994 without; 0F and 10 have it
 //     02  the next free number
 //
 // So SHA256 with RSA is 00040001, and CryptoPro's GOST R 34.11-94 with GOST R 34.10-2001 0209010E.

@@ -110,8 +110,9 @@ PKIDER_API bool asn_oid_to_printable(const unsigned char* der, unsigned len, std
 //           a quote in the middle;
 //   #hex    the DER of an element, of which identifier and content are taken.
 // Except for #hex the string type follows from the bytes alone: PrintableString if they all belong
-// to its alphabet, IA5String if all are below 80, else UTF8String (not checked to be UTF-8). The
-// attributes of one RDN are written in text order, not sorted.
+// to its alphabet, IA5String if all are below 80, else UTF8String (not checked to be UTF-8). A
+// backslash that stands for itself inside quotes does not count. The attributes of one RDN are
+// written in text order, not sorted.
 //
 // Returns false, with `der` unchanged, when `dn` is malformed or a name or value is not as above.
 PKIDER_API bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map);

@@ -68,12 +68,12 @@ PKIDER_API const char* LogTimeToString(long t, char (&buf)[32]);
 }  // namespace i2s
 
 // TimeToString appends local time in ctime's form ("Tue Mar  5 07:08:09 2024", no line feed) to `s`
-// and returns it; "Bad time" when `t` cannot be converted.
+// and returns it; "Bad time" when ctime_r cannot convert `t` (glibc's: a year above 9999).
 PKIDER_API std::string& TimeToString(long t, std::string& s);
 
 // The same text, for years up to 9999, in the C library's own ctime buffer, or the constant "Bad
-// time". Later years may lose digits. Valid until any thread next calls it, ctime or asctime: not
-// thread-safe.
+// time". Later years may lose digits. Valid until any thread calls this, ctime or asctime again:
+// not thread-safe.
 PKIDER_API const char* TimeToString(long t);
 
 // CertTimeToStringGMT appends "DD.MM.YYYY hh:mm:ss GMT" to `s` and returns it; "Error time" when
@@ -87,7 +87,8 @@ PKIDER_API std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& s);
 // CertTimeFromLogStringGMT reads six numbers in the form that CertTimeToLogStringGMT writes; what
 // follows them is ignored. Returns the invalid time when there are fewer, the year is before 1900
 // or above 16777215, or month or day is 0, negative, or 2^31 and more. Up to there no field has an
-// upper limit: all but the year are truncated to 8 bits.
+// upper limit: all but the year are truncated to 8 bits. A number that 32 bits do not hold is read
+// as the C library's sscanf reads it, modulo 2^32 or as the largest.
 PKIDER_API cert_time64_t CertTimeFromLogStringGMT(const std::string& text);
 
 // CertTimeToString appends local time as "DD.MM.YYYY hh:mm:ss" to `s` and returns it; the UTC

@@ -98,9 +98,9 @@ class pbe_crypto_t {
 // asn_read_pkcs12_easy reads the PFX at `der` into `out`: it appends to the lists and replaces
 // `out.mac`. `crypto` must not be null.
 //
-// Keys and certificates are kept; other kinds of bag are skipped, and so is every encrypted part
-// with another scheme than PBES2-GOST or that `crypto` does not decrypt. Shrouded keys become plain
-// keys of `encrypted_bags`.
+// Keys and certificates are kept. Other kinds of bag and of ContentInfo are skipped, and so is
+// every encrypted part that has another scheme than PBES2-GOST, or that `crypto` does not decrypt.
+// Shrouded keys become plain keys of `encrypted_bags`.
 //
 // An encrypted part whose PRF has no parameters counts as one of another scheme: the result is
 // true, `decrypt` is not called for it, and nothing of it is in the model. Whoever expects a key

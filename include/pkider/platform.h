@@ -31,11 +31,12 @@ class PKIDER_API CodepageConverter {
   // Not inline, so that it can change. NOLINTNEXTLINE(performance-trivially-destructible)
   ~CodepageConverter();
 
-  // The number of bytes that converting `size` bytes of `text` gives; 0 for invalid or empty input.
+  // The number of bytes that converting `size` bytes of `text` gives; 0 for invalid or empty input,
+  // and where 32 bits do not hold it.
   unsigned output_size(const void* text, unsigned size) const;
 
   // Writes the conversion to `out`, no terminating zero. Returns the number of bytes written; 0,
-  // with `out` untouched, for invalid or empty input or when `out_size` is too small.
+  // with `out` untouched, where output_size gives 0 or `out_size` is too small.
   unsigned convert(const void* text, unsigned size, char* out, unsigned out_size) const;
 
  private:
