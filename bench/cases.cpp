@@ -1,3 +1,5 @@
+// All cases, and what is checked of each before it is measured.
+
 #include "cases.h"
 
 #include <cstdio>

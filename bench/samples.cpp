@@ -1,3 +1,5 @@
+// Certificates read, and names and containers generated.
+
 #include "samples.h"
 
 #include <algorithm>

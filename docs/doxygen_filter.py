@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """doxygen_filter.py FILE: prints a header with its plain comments as Doxygen's, or a page of docs/.
 
-A comment above a declaration becomes "///", one behind it "///<", and indented text in it stands as
+A comment above a declaration becomes "///", one after it "///<", and indented text in it stands as
 it is. One comment above several declarations, up to the next comment or empty line, holds for all.
 """
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-// A prefix at the end looks at the byte behind the text.
+// A prefix at the end looks at the byte after the text.
 void check_t61(std::string_view text) {
   const exact_t input(std::string(text) + '\0');
   const model::text_t expected = model::t61_to_utf8(text);

@@ -40,7 +40,7 @@ void check_queries(const char* text, const char* other) {
   std::string turned = dn;
   const bool well_formed = printable_dn_reverse(turned.data()) != nullptr;
   law(well_formed || (turned == dn && !printable_dn_C_before_CN(text)));
-  // A backslash that ends the text escapes the comma that comes to stand behind it.
+  // A backslash that ends the text escapes the comma that comes to stand after it.
   if (well_formed && (dn.empty() || dn.back() != '\\')) {
     law(printable_dn_reverse(turned.data()) != nullptr && turned == dn);
   }

@@ -1,3 +1,4 @@
+// Algorithm codes, DigestInfo, public keys and signature parameters.
 #include <limits>
 
 #include <pkider/asn_helper.h>

@@ -1,3 +1,4 @@
+// OIDs as text and DER, and maps.
 #include <pkider/asn_oidmap.h>
 
 #include "oid_map.h"

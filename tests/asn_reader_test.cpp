@@ -1,3 +1,4 @@
+// Element headers, the cursor, INTEGERs.
 #include <pkider/asn_reader.h>
 
 #include "asn_cursor.h"

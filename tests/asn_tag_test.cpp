@@ -1,3 +1,4 @@
+// The builder: its encoding, its growth, its limits.
 #include <gtest/gtest.h>
 
 #include <type_traits>

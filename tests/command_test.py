@@ -17,7 +17,7 @@ from pathlib import Path
 PKIDER, LIBRARY_DIR, ROOT, *COMPILER = sys.argv[1:]
 # openssl's short names for types that we show otherwise.
 RENAMED = {"organizationIdentifier": "2.5.4.97", "serialNumber": "2.5.4.5", "emailAddress": "E"}
-# The type of a string is chosen anew when a name is encoded: all types as one.
+# The type of a string is chosen again when a name is encoded: all types as one.
 ONE_STRING = bytes.maketrans(b"\x0C\x13\x14\x16", b"\x0C" * 4)
 CA = "/usr/share/ca-certificates/mozilla/"
 

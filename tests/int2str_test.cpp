@@ -1,3 +1,4 @@
+// Names of codes, hexadecimal, times.
 #include <cstdlib>
 #include <limits>
 

@@ -1,3 +1,5 @@
+// Strings that can grow no further.
+
 #include "out_string.h"
 
 #include "rows.h"

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-# What every pair of T.61 bytes stands for, with a zero byte behind the pair: one line a pair, from
+# What every pair of T.61 bytes stands for, with a zero byte after the pair: one line a pair, from
 # 00 00 to FF FF, its UTF-8 in hex or '-' where a byte is not T.61. The precomposed letters are not
 # listed here: they come from Python's own Unicode data.
 

@@ -1,3 +1,5 @@
+// UTCTime and GeneralizedTime (X.680, 46 and 47), read field by field.
+
 #include "asn_time.h"
 
 #include <charconv>

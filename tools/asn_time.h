@@ -25,7 +25,7 @@ bool read_asn_time(const blob_t& element, asn_time_t& out);
 // The same of the characters of a UTCTime (`two_digits` of the year) or a GeneralizedTime.
 bool read_asn_time(const std::string& given, bool two_digits, asn_time_t& out);
 
-// "2015.06.04 11:04:38 GMT", with what was given behind it where that has another form than RFC
+// "2015.06.04 11:04:38 GMT", with what was given after it where that has another form than RFC
 // 5280's.
 std::string time_text(const asn_time_t& time);
 

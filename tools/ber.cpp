@@ -1,3 +1,5 @@
+// BER to DER (X.690, 8 and 10), element by element.
+
 #include "ber.h"
 
 #include <pkider/asn_tag.h>

@@ -1,3 +1,5 @@
+// Certificates, requests and CRLs taken apart (RFC 5280, RFC 2986), also those in PKCS#7 bundles.
+
 #include "certificate.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// PKCS#12 (RFC 7292) from the outside in: the MAC, the parts, their bags.
+
 #include "container.h"
 
 #include "asn_cursor.h"
@@ -204,7 +206,7 @@ std::string plain_bag(const safe_bag_t& bag, const std::string& key) {
                   to_string(bag.attributes));
 }
 
-// Why something that is had did not open.
+// Why something in a scheme that the command has did not open.
 std::string failure(const container_t& container) {
   return container.has_mac ? "does not open, although the password is the container's: it has a "
                              "password of its own"

@@ -1,6 +1,6 @@
 // Reading a PKCS#12 file made by any program. What is encrypted is decrypted here, in any scheme
 // that is in use, and each bag is then handed to the library as the plain one it is, in a container
-// of its own: one reader for all.
+// made for it: one reader for all.
 
 #ifndef PKIDER_TOOLS_CONTAINER_H
 #define PKIDER_TOOLS_CONTAINER_H

@@ -1,3 +1,5 @@
+// PBKDF1 and PBKDF2 (RFC 8018), and PKCS#12's own derivation (RFC 7292, appendix B).
+
 #include "derivation.h"
 
 #include <iconv.h>

@@ -1,3 +1,5 @@
+// Digests, on libgcrypt.
+
 #include "digest.h"
 
 #include <gcrypt.h>

@@ -1,3 +1,5 @@
+// The table of schemes, the readers of their parameters, and decryption.
+
 #include "encryption.h"
 
 #include <algorithm>
@@ -117,7 +119,7 @@ struct named_algorithm_t {
   const char* name;
 };
 
-// Not had, but met.
+// Those that are met, and that the command does not have.
 constexpr named_algorithm_t other_algorithms[] = {
     {"1.2.840.113549.1.5.1", "PBES1 with MD2 and DES"},
     {"1.2.840.113549.1.5.4", "PBES1 with MD2 and RC2"},

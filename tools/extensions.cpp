@@ -1,3 +1,5 @@
+// A function for each extension (RFC 5280, 4.2), and the table of them.
+
 #include "extensions.h"
 
 #include <arpa/inet.h>

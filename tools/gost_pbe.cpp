@@ -1,3 +1,5 @@
+// GOST encryption and MAC for the container that the library is writing.
+
 #include "gost_pbe.h"
 
 #include <sys/random.h>

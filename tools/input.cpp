@@ -1,3 +1,5 @@
+// Files, and what is in them: PEM (RFC 7468, RFC 1421) and DER.
+
 #include "input.h"
 
 #include <gpg-error.h>

@@ -1,3 +1,5 @@
+// Public keys computed from private ones: RSA, DSA, elliptic curves, GOST.
+
 #include "key_id.h"
 
 #include <gcrypt.h>

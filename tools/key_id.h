@@ -52,7 +52,7 @@ struct key_id_t {
   std::string why_not;    // then
 };
 
-// The reason of a private key that goes with nothing, whatever was asked for.
+// Why a private key goes with no certificate, whatever was asked for.
 constexpr char malformed_key[] = "the key is malformed";
 
 key_id_t public_id_of(const private_key_t& key);

@@ -1,3 +1,5 @@
+// The table of structures that tell kinds apart.
+
 #include "kind.h"
 
 #include <cstdint>

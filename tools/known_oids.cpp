@@ -1,3 +1,5 @@
+// The table of names, and OIDs of any length as text (X.690, 8.19).
+
 #include "known_oids.h"
 
 #include <strings.h>

@@ -1,3 +1,5 @@
+// HMAC, its key from PKCS#12's own derivation, from RFC 9548's or from PBMAC1 (RFC 9579).
+
 #include "mac.h"
 
 #include "asn_cursor.h"

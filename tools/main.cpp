@@ -36,7 +36,7 @@ void add_common_options(CLI::App& app) {
 }
 
 // CLI11 takes an argument "[a,b]" of an option with several values for a list. The mark keeps it
-// from seeing that; no argument has such a byte of its own.
+// from seeing that; no argument can have such a byte.
 constexpr char mark = '\0';
 
 std::vector<std::string> marked_arguments(int argc, char** argv) {

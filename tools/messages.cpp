@@ -1,3 +1,5 @@
+// Messages on standard error, as text or JSON.
+
 #include "messages.h"
 
 #include <iostream>

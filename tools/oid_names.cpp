@@ -1,3 +1,5 @@
+// The lines of --config, checked, and the map made of them.
+
 #include "oid_names.h"
 
 #include <cctype>

@@ -1,3 +1,5 @@
+// Files that get their names once they are whole.
+
 #include "output_file.h"
 
 #include <fcntl.h>

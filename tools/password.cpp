@@ -1,3 +1,5 @@
+// Passwords from the terminal, from files and from the environment, and the options for them.
+
 #include "password.h"
 
 #include <bsd/readpassphrase.h>

@@ -1,3 +1,5 @@
+// PKCS#8 keys (RFC 5208) read, decrypted and described.
+
 #include "private_key.h"
 
 #include "asn_cursor.h"

@@ -1,3 +1,5 @@
+// A SubjectPublicKeyInfo (RFC 5280, 4.1), described: RSA, DSA, elliptic curves, GOST.
+
 #include "public_key.h"
 
 #include "alg_codes.h"

@@ -1,3 +1,5 @@
+// Records as aligned lines or as JSON.
+
 #include "record.h"
 
 #include <algorithm>

@@ -1,3 +1,5 @@
+// libgcrypt's secure memory, core dumps, and the stack.
+
 #include "secure_memory.h"
 
 #include <sys/prctl.h>

@@ -13,7 +13,7 @@
 #include <vector>
 
 // protect_secrets readies libgcrypt's secure memory and forbids core dumps and tracing. Call it
-// before the first secret comes into being. Throws std::runtime_error, also when the memory cannot
+// before there is any secret. Throws std::runtime_error, also when the memory cannot
 // be locked, unless it `may_be_swapped`.
 void protect_secrets(bool may_be_swapped = false);
 

@@ -1,3 +1,5 @@
+// Escapes for terminals and for JSON.
+
 #include "text.h"
 
 #include <algorithm>

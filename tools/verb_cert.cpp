@@ -64,7 +64,7 @@ std::string signature_text(const std::string& where, const blob_t& element) {
   if (const char* name = I2S_PKI_ALG_T->getString(alg, nullptr); alg != 0 && name != nullptr) {
     return name;
   }
-  // RSASSA-PSS with a hash that has no signature name of its own, or with unknown parameters.
+  // RSASSA-PSS with a hash that has no signature name, or with unknown parameters.
   const std::string name = describe_oid(signature.oid.data, signature.oid.size);
   const char* hash = I2S_PKI_ALG_T->getString(alg & alg_codes::hash_mask, nullptr);
   return alg != 0 && hash != nullptr ? name + " with " + hash : name;

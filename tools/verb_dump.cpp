@@ -43,7 +43,7 @@ struct element_t {
   bool is_universal() const { return first >> class_shift == 0; }
 };
 
-// The header at the cursor's start. Tag numbers of 31 and above have octets of their own, in base
+// The header at the cursor's start. Tag numbers of 31 and above have further octets, in base
 // 128 (X.690, 8.1.2.4); the last of them takes the place of the identifier for the length's reader.
 element_t read_header(const asn_iter_t& cur) {
   element_t element;

@@ -1,4 +1,4 @@
-// Keys pass through strings of many hands: the inputs, the library, the encoders. So every block of
+// Keys pass through many strings: of the inputs, the library, the encoders. So every block of
 // the C++ heap is wiped before it is given back.
 
 #include <malloc.h>

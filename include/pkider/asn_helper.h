@@ -161,7 +161,7 @@ struct asn_ike_signalg_t {
 
   // The algorithm's code; 0 when the OID is unknown. RSASSA-PSS is refined by the hash that its
   // parameters (RFC 4055, 3.1) name, SHA1 by default; 0 when they are malformed or name an unknown
-  // hash. A known hash that has no signature name of its own (MD5, GOST) still gives its code.
+  // hash. A known hash that has no signature name (MD5, GOST) still gives a code.
   PKIDER_API pki_alg_t to_pki_alg() const;
 };
 

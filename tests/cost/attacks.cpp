@@ -1,3 +1,5 @@
+// Reads attacks.txt, and calls the functions it names.
+
 #include "attacks.h"
 
 #include <stdexcept>

@@ -105,7 +105,7 @@ std::string secrets(unsigned count) {
 
 enum answer_t { yes, no, thrown };
 
-// Decrypts to one text, with a secret in the room behind it, and "encrypts" to as many 'x'.
+// Decrypts to one text, with a secret in the room after it, and "encrypts" to as many 'x'.
 struct fake_crypto_t : plain_crypto_t {
   const answer_t given;
   const std::string text;

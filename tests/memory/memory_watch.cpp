@@ -1,3 +1,5 @@
+// operator new and delete that count, fail and search.
+
 #include "memory_watch.h"
 
 #include <malloc.h>
