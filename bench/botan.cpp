@@ -145,6 +145,8 @@ std::size_t short_name(const bytes_t& element) {
 
 }  // namespace
 
+// ---- All cases ----
+
 void add_botan(const samples_t& samples, cases_t& cases) {
   add_each(
       cases, {"W1", "certificates", samples.elements}, who, samples.certificates,

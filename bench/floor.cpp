@@ -568,6 +568,8 @@ void add_writing(const container_t& container, cases_t& cases) {
 
 }  // namespace
 
+// ---- All cases ----
+
 void add_floor(const samples_t& samples, cases_t& cases) {
   for (const bytes_t& name : samples.names) {
     check_name(name);

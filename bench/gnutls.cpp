@@ -207,6 +207,8 @@ std::size_t short_name(const std::string& oid) {
 
 }  // namespace
 
+// ---- All cases ----
+
 void add_gnutls(const samples_t& samples, cases_t& cases) {
   add_each(cases, {"W1", "certificates", samples.elements}, libtasn1, samples.certificates,
            [](const bytes_t& der) { return walk(der.data(), static_cast<int>(der.size())); });

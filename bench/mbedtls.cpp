@@ -182,6 +182,8 @@ std::size_t read_rsa_key(const bytes_t& der) {
 
 }  // namespace
 
+// ---- All cases ----
+
 void add_mbedtls(const samples_t& samples, cases_t& cases) {
   add_each(cases, {"W1", "certificates", samples.elements}, who, samples.certificates,
            [](const bytes_t& der) {

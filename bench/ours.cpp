@@ -172,6 +172,8 @@ std::size_t short_name(const bytes_t& oid) {
 
 }  // namespace
 
+// ---- All cases ----
+
 void add_ours(const samples_t& samples, cases_t& cases) {
   add_each(cases, {"W1", "certificates", samples.elements}, who, samples.certificates,
            [](const bytes_t& der) { return walk_exported(der.data(), der.data() + der.size()); });

@@ -247,6 +247,8 @@ container_t container_of(unsigned bags, const std::vector<bytes_t>& values) {
 
 }  // namespace
 
+// ---- All samples ----
+
 pkcs12_easy_t model_of(const container_t& container, bool encrypted) {
   static const unsigned char salt[] = {1, 2, 3, 4, 5, 6, 7, 8};
   pkcs12_easy_t model;

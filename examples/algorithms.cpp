@@ -1,5 +1,7 @@
 // Wraps a digest in a DigestInfo, and looks algorithms up by code, by name and by OID.
+
 #include <iostream>
+#include <string>
 
 #include <pkider/asn_helper.h>
 #include <pkider/asn_oidmap.h>

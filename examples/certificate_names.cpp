@@ -1,6 +1,8 @@
 // Prints the names in a certificate, DER on standard input, walking it with asn1_read_tag alone.
+
 #include <iostream>
 #include <iterator>
+#include <string>
 
 #include <pkider/asn_printable.h>
 #include <pkider/asn_reader.h>

@@ -1,5 +1,7 @@
 // Tells whether two distinguished names, however written, are the same.
+
 #include <iostream>
+#include <string>
 
 #include <pkider/asn_printable.h>
 

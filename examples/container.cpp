@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include <iostream>
+#include <string>
 
 #include <pkider/pkcs12_helper.h>
 

@@ -1,4 +1,5 @@
 // Algorithm codes, DigestInfo, public keys and signature parameters.
+
 #include <limits>
 
 #include <pkider/asn_helper.h>

@@ -1,4 +1,5 @@
 // OIDs as text and DER, and maps.
+
 #include <pkider/asn_oidmap.h>
 
 #include "oid_map.h"

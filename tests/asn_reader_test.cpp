@@ -1,4 +1,5 @@
 // Element headers, the cursor, INTEGERs.
+
 #include <pkider/asn_reader.h>
 
 #include "asn_cursor.h"

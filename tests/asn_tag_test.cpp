@@ -1,4 +1,5 @@
 // The builder: its encoding, its growth, its limits.
+
 #include <gtest/gtest.h>
 
 #include <type_traits>

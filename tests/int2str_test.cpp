@@ -1,4 +1,5 @@
 // Names of codes, hexadecimal, times.
+
 #include <cstdlib>
 #include <limits>
 

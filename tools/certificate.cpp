@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <string_view>
 #include <utility>
 
 #include "asn_cursor.h"

@@ -2,6 +2,9 @@
 
 #include "container.h"
 
+#include <string_view>
+#include <utility>
+
 #include "asn_cursor.h"
 #include "asn_oids.h"
 #include "ber.h"

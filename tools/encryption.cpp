@@ -4,7 +4,8 @@
 
 #include <algorithm>
 #include <memory>
-#include <vector>
+#include <string_view>
+#include <utility>
 
 #include "asn_cursor.h"
 #include "ber.h"
@@ -278,6 +279,8 @@ bool decrypt_with(const encryption_t& encryption, secret_t key, const blob_t& iv
 }
 
 }  // namespace
+
+// ---- What the header declares ----
 
 bool read_algorithm(const blob_t& content, std::string& oid, asn_iter_t& parameters) {
   parameters = asn1_iter_(content);

@@ -5,8 +5,8 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <functional>
+#include <iterator>
+#include <string_view>
 
 #include "asn_cursor.h"
 #include "asn_time.h"
@@ -311,6 +311,8 @@ void add_extension(record_t& record, asn_iter_t extension, list_t& others, list_
 }
 
 }  // namespace
+
+// ---- What the header declares ----
 
 void add_extensions(record_t& record, const std::string& where, const blob_t& element) {
   asn_iter_t cur = asn1_iter_(element);

@@ -5,7 +5,6 @@
 #ifndef PKIDER_TOOLS_GOST_PBE_H
 #define PKIDER_TOOLS_GOST_PBE_H
 
-#include <cstdint>
 #include <string>
 
 #include <pkider/pkcs12_helper.h>

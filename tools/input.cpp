@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -231,6 +230,8 @@ std::string why_unreadable(std::string_view content) {
 }
 
 }  // namespace
+
+// ---- What the header declares ----
 
 std::string read_file(const std::string& file) {
   const std::unique_ptr<std::FILE, file_closer_t> stream(

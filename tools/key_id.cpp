@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <string_view>
 
 #include <pkider/asn_helper.h>
 
@@ -398,6 +399,8 @@ key_id_t gost_id(const private_key_t& key, unsigned bits) {
 }
 
 }  // namespace
+
+// ---- What the header declares ----
 
 key_algorithm_t find_key_algorithm(const std::string& oid) {
   for (const key_algorithm_t& algorithm : algorithms) {

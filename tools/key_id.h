@@ -5,6 +5,7 @@
 #define PKIDER_TOOLS_KEY_ID_H
 
 #include <string>
+#include <string_view>
 
 #include <pkider/asn_reader.h>
 

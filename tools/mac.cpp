@@ -2,6 +2,8 @@
 
 #include "mac.h"
 
+#include <string_view>
+
 #include "asn_cursor.h"
 #include "encryption.h"
 #include "known_oids.h"

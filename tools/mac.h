@@ -4,6 +4,7 @@
 #define PKIDER_TOOLS_MAC_H
 
 #include <string>
+#include <vector>
 
 #include <pkider/pkcs12_helper.h>
 

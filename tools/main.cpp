@@ -8,8 +8,11 @@
 #include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <iostream>
 #include <new>
+#include <string>
+#include <vector>
 
 #include "messages.h"
 #include "oid_names.h"

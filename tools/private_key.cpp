@@ -2,6 +2,8 @@
 
 #include "private_key.h"
 
+#include <cstdint>
+
 #include "asn_cursor.h"
 #include "bytes.h"
 #include "encryption.h"
@@ -76,6 +78,8 @@ void add_curve(record_t& record, const private_key_t& key) {
 }
 
 }  // namespace
+
+// ---- What the header declares ----
 
 private_key_t private_key_at(const std::string& where, const blob_t& der) {
   private_key_t key;

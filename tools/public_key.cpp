@@ -2,6 +2,9 @@
 
 #include "public_key.h"
 
+#include <cstdint>
+#include <string_view>
+
 #include "alg_codes.h"
 #include "asn_cursor.h"
 #include "known_oids.h"

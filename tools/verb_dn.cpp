@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <sstream>
+#include <string>
 
 #include <pkider/asn_printable.h>
 

@@ -1,10 +1,13 @@
 // pkider dump: the tree of any DER, an element a line.
 
 #include <algorithm>
-#include <charconv>
+#include <cstdint>
 #include <iostream>
+#include <iterator>
 #include <memory>
+#include <string>
 #include <unordered_map>
+#include <vector>
 
 #include <pkider/asn_helper.h>
 #include <pkider/platform.h>
@@ -390,6 +393,8 @@ void dump(const std::string& file, bool alone) {
 }
 
 }  // namespace
+
+// ---- The verb ----
 
 void add_dump_verb(CLI::App& app) {
   const auto files = std::make_shared<std::vector<std::string>>();

@@ -1,7 +1,9 @@
 // pkider key: what a PKCS#8 private key is, without giving it away, and whose.
 
+#include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string>
 
 #include "bytes.h"
 #include "certificate.h"
@@ -102,6 +104,8 @@ void add_match(CLI::App* verb) {
 }
 
 }  // namespace
+
+// ---- The verb ----
 
 void add_key_verb(CLI::App& app) {
   CLI::App* verb = app.add_subcommand("key", "PKCS#8 private keys")->require_subcommand(1);

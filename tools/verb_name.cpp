@@ -1,6 +1,8 @@
 // pkider name: the names in certificates, requests and CRLs.
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "certificate.h"
 #include "messages.h"

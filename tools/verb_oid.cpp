@@ -2,6 +2,9 @@
 
 #include <cctype>
 #include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include <pkider/asn_helper.h>
 #include <pkider/asn_tag.h>

@@ -7,12 +7,15 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <list>
 #include <memory>
 #include <regex>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include <pkider/pkcs12_helper.h>
 #include <pkider/platform.h>
@@ -599,6 +602,8 @@ void add_create(CLI::App* verb) {
 }
 
 }  // namespace
+
+// ---- The verb ----
 
 void add_p12_verb(CLI::App& app) {
   CLI::App* verb = app.add_subcommand("p12", "PKCS#12 containers")->require_subcommand(1);
