@@ -84,6 +84,14 @@ bool read_certificate(const blob_t& der, certificate_t& out) {
   return true;
 }
 
+certificate_t certificate_in(const std::string& where, const std::string& der) {
+  certificate_t certificate;
+  if (!read_certificate(der, certificate)) {
+    throw input_error_t(where, "a certificate in it is of another kind than X.509, or damaged");
+  }
+  return certificate;
+}
+
 // CertificationRequestInfo ::= SEQUENCE { version INTEGER, subject, ... }
 // TBSCertList ::= SEQUENCE { version INTEGER OPTIONAL, signature, issuer, ... }
 bool read_names(const std::string& der, names_t& out) {

@@ -37,6 +37,9 @@ inline bool read_certificate(const std::string& der, certificate_t& out) {
   return read_certificate(view(der), out);
 }
 
+// read_certificate, of one that is in `where`. Throws input_error_t when it is none.
+certificate_t certificate_in(const std::string& where, const std::string& der);
+
 // The names in a certificate, a request (RFC 2986, 4.1) or a CRL (RFC 5280, 5.1): elements as
 // above, empty where the object has no such name.
 struct names_t {

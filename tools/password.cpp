@@ -1,4 +1,4 @@
-// Passwords from the terminal, from files and from the environment, and the options for them.
+// Passwords from the terminal, from files and from the environment.
 
 #include "password.h"
 
@@ -10,10 +10,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 #include <map>
-#include <memory>
-#include <sstream>
 #include <string_view>
 
 #include "messages.h"
@@ -137,79 +134,7 @@ secret_t given_password(const password_source_t& source) {
   return source.file.empty() ? value_of(source.variable) : first_line_of(source.file);
 }
 
-// Validators of options: the message, or nothing.
-
-std::string not_empty(const std::string& text) {
-  return text.empty() ? "may not be empty" : "";
-}
-
-std::string check_count(const std::string& text) {
-  constexpr std::size_t max_digits = 10;
-  const bool digits = !text.empty() && text.size() <= max_digits &&
-                      text.find_first_not_of("0123456789") == std::string::npos;
-  const std::uint64_t number = digits ? std::stoull(text) : 0;
-  return number != 0 && number <= std::numeric_limits<std::uint32_t>::max()
-             ? std::string()
-             : "'" + text + "' is no number from 1 to 4294967295";
-}
-
-std::string check_writable(const std::string& text) {
-  if (std::string wrong = check_count(text); !wrong.empty()) {
-    return wrong;
-  }
-  const auto asked = static_cast<unsigned>(std::stoul(text));
-  const unsigned next = writable_iterations(asked);
-  if (next == asked) {
-    return {};
-  }
-  std::ostringstream message;
-  message << asked << " (hexadecimal " << std::hex << asked << std::dec
-          << ") has a zero byte below its first, which a container's encoding leaves out; take "
-          << next << " (" << std::hex << next << ')';
-  return message.str();
-}
-
 }  // namespace
-
-void add_password_options(CLI::App* verb, password_source_t* source, const std::string& prefix,
-                          const std::string& whose) {
-  const CLI::Validator given(not_empty, "");
-  CLI::Option* const file =
-      verb->add_option("--" + prefix + "password-file", source->file,
-                       "The password of " + whose +
-                           " is the first line of this file; - is the next line of standard input")
-          ->type_name("FILE")
-          ->check(given);
-  verb->add_option("--" + prefix + "password-env", source->variable,
-                   "The password of " + whose + " is in this environment variable")
-      ->type_name("NAME")
-      ->check(given)
-      ->excludes(file);
-}
-
-void add_limit_option(CLI::App* verb, std::uint64_t* round_limit) {
-  verb->add_option("--max-iterations", *round_limit,
-                   "Refuse files that ask for more rounds of key derivation in all; a million take "
-                   "some four seconds")
-      ->check(CLI::Validator(check_count, ""))
-      ->type_name("N")
-      ->capture_default_str();
-}
-
-void add_iterations_option(CLI::App* verb, gost_pbe_options_t* options) {
-  verb->add_option("--iterations", options->iterations,
-                   "Rounds of key derivation in what is written; no byte of the number may be zero")
-      ->check(CLI::Validator(check_writable, ""))
-      ->type_name("N")
-      ->capture_default_str();
-}
-
-void set_secret_work(CLI::App* verb, const std::function<void()>& work) {
-  const auto may_swap = std::make_shared<bool>(false);
-  verb->add_flag("--may-swap", *may_swap,
-                 "Go on where the memory for passwords and keys cannot be locked");
-  verb->callback([may_swap, work] { with_secrets(*may_swap, work); });
-}
 
 secret_t read_password(const password_source_t& source, const std::string& prompt, bool chosen) {
   const bool given = !source.file.empty() || !source.variable.empty();

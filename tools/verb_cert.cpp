@@ -3,10 +3,7 @@
 #include <cstdint>
 #include <ctime>
 #include <functional>
-#include <memory>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include <pkider/asn_helper.h>
 
@@ -147,31 +144,13 @@ record_t show(const std::string& where, const certificate_t& certificate, bool v
 
 }  // namespace
 
-void add_cert_verb(CLI::App& app) {
-  struct options_t {
-    std::vector<std::string> files;
-    bool verbose = false;
-    std::optional<int> days;
-  };
-  const auto options = std::make_shared<options_t>();
-  CLI::App* verb = app.add_subcommand(
-      "cert", "Show certificates: names, validity, key, signature, extensions and fingerprints");
-  verb->add_flag("--verbose", options->verbose, "Show the key itself too, in hexadecimal");
-  constexpr int max_days = 100000;
-  verb->add_option("--check-end", options->days, "Fail when a certificate ends within so many days")
-      ->check(CLI::Range(0, max_days).description(""))
-      ->type_name("DAYS");
-  verb->add_option("FILE", options->files,
-                   "Certificates or PKCS#7 bundles, in PEM or DER; - is standard input")
-      ->required();
-  verb->callback([options] {
-    for_each_file(options->files, [&](const std::string& file) {
-      for_each_certificate(file, [&](const std::string& where, const certificate_t& certificate) {
-        print(show(where, certificate, options->verbose));
-        if (options->days) {
-          check_end(where, certificate, *options->days);
-        }
-      });
+void show_certificates(const cert_options_t& options) {
+  for_each_file(options.files, [&](const std::string& file) {
+    for_each_certificate(file, [&](const std::string& where, const certificate_t& certificate) {
+      print(show(where, certificate, options.verbose));
+      if (options.days) {
+        check_end(where, certificate, *options.days);
+      }
     });
   });
 }

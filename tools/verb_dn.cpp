@@ -1,7 +1,6 @@
 // pkider dn: a printable distinguished name in its normal form, and as DER.
 
 #include <algorithm>
-#include <memory>
 #include <sstream>
 #include <string>
 
@@ -134,23 +133,10 @@ void run_lines(bool with_der) {
 
 }  // namespace
 
-void add_dn_verb(CLI::App& app) {
-  struct options_t {
-    std::string text;
-    bool der = false;
-  };
-  const auto options = std::make_shared<options_t>();
-  CLI::App* verb = app.add_subcommand("dn", "Show the normal form of a printable name");
-  verb->add_option(
-          "TEXT", options->text,
-          "A name, such as C=RU,O=Org+OU=Dev,CN=User1; - is one on each line of standard input")
-      ->required();
-  verb->add_flag("--der", options->der, "Show its DER too, in hexadecimal on a second line");
-  verb->callback([options] {
-    if (options->text == "-") {
-      run_lines(options->der);
-    } else {
-      attempt([&] { run("", options->text, options->der); });
-    }
-  });
+void normalize_names(const dn_options_t& options) {
+  if (options.text == "-") {
+    run_lines(options.der);
+  } else {
+    attempt([&] { run("", options.text, options.der); });
+  }
 }

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <iostream>
 #include <iterator>
-#include <memory>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -396,12 +395,7 @@ void dump(const std::string& file, bool alone) {
 
 // ---- The verb ----
 
-void add_dump_verb(CLI::App& app) {
-  const auto files = std::make_shared<std::vector<std::string>>();
-  CLI::App* verb = app.add_subcommand(
-      "dump", "Show the tree of any DER: offset, header and content length, type and value");
-  verb->add_option("FILE", *files, "Anything in PEM or DER; - is standard input")->required();
-  verb->callback([files] {
-    for_each_file(*files, [&](const std::string& file) { dump(file, files->size() == 1); });
-  });
+void dump_files(const dump_options_t& options) {
+  for_each_file(options.files,
+                [&](const std::string& file) { dump(file, options.files.size() == 1); });
 }

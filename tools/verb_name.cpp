@@ -1,6 +1,5 @@
 // pkider name: the names in certificates, requests and CRLs.
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -12,14 +11,8 @@
 
 namespace {
 
-struct options_t {
-  std::vector<std::string> files;
-  bool issuer = false;
-  bool reverse = false;
-};
-
 void print_names(const std::string& prefix, const std::string& where, const names_t& names,
-                 const options_t& options) {
+                 const name_options_t& options) {
   const PrintableDnOrder order = options.reverse ? DN_ORDER_REVERSE : DN_ORDER_DIRECT;
   const bool is_crl = names.subject.size == 0;
   record_t record;
@@ -39,7 +32,9 @@ void print_names(const std::string& prefix, const std::string& where, const name
   print(record, line);
 }
 
-void run(const options_t& options) {
+}  // namespace
+
+void show_names(const name_options_t& options) {
   const std::vector<kind_t> kinds = {kind_t::certificate, kind_t::request, kind_t::crl};
   for_each_file(options.files, [&](const std::string& file) {
     const std::string prefix = options.files.size() > 1 ? printable(file) + ": " : "";
@@ -49,21 +44,4 @@ void run(const options_t& options) {
       print_names(prefix, where, names, options);
     });
   });
-}
-
-}  // namespace
-
-void add_name_verb(CLI::App& app) {
-  const auto options = std::make_shared<options_t>();
-  CLI::App* verb = app.add_subcommand(
-      "name",
-      "Show the subject of certificates and requests, and the issuer of CRLs, one line each");
-  verb->add_flag("--issuer", options->issuer,
-                 "Show subject and issuer, as far as there are both, on a line each");
-  verb->add_flag("--reverse", options->reverse, "Write the last part of a name first");
-  verb->add_option(
-          "FILE", options->files,
-          "Certificates, requests, CRLs or PKCS#7 bundles, in PEM or DER; - is standard input")
-      ->required();
-  verb->callback([options] { run(*options); });
 }

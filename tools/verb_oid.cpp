@@ -1,10 +1,8 @@
 // pkider oid: an object identifier in every form, from any of them.
 
 #include <cctype>
-#include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include <pkider/asn_helper.h>
 #include <pkider/asn_tag.h>
@@ -141,15 +139,8 @@ record_t show(const oid_t& oid) {
 
 }  // namespace
 
-void add_oid_verb(CLI::App& app) {
-  const auto oids = std::make_shared<std::vector<std::string>>();
-  CLI::App* verb = app.add_subcommand("oid", "Show object identifiers as text, DER and names");
-  verb->add_option("OID", *oids,
-                   "Dotted text, hexadecimal DER, or a name (quote those with blanks)")
-      ->required();
-  verb->callback([oids] {
-    for (const std::string& text : *oids) {
-      attempt([&] { print(show(parse(text))); });
-    }
-  });
+void show_oids(const oid_options_t& options) {
+  for (const std::string& text : options.oids) {
+    attempt([&] { print(show(parse(text))); });
+  }
 }
