@@ -99,7 +99,7 @@ void check(const exact_t& input, Read read, Write write) {
   }
 }
 
-// ---- Containers made by an encoder of ours ----
+// ---- Containers made by our own encoder ----
 
 const std::string id_data = from_hex("06(2A864886F70D010701)"),
                   id_encrypted_data = from_hex("06(2A864886F70D010706)"),

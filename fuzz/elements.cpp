@@ -6,7 +6,7 @@
 
 namespace {
 
-// Built in two halves, and as a child. What an encoder of ours makes of it is found whole, and
+// Built in two halves, and as a child. What our own encoder makes of it is found whole, and
 // refused without its last byte and under another tag.
 void check_builder(unsigned char tag, const std::string& content) {
   const std::string encoded = der(tag, content);

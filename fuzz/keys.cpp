@@ -1,5 +1,5 @@
 // Public keys, signature values and algorithms, DigestInfo: views lie inside the input, and show
-// what an encoder of ours put there.
+// what our own encoder put there.
 
 #include <pkider/asn_helper.h>
 

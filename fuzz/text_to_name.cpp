@@ -62,7 +62,7 @@ std::string spell(const std::string& value, unsigned notation) {
   return text;
 }
 
-// Text made of pieces leads to the name that an encoder of ours makes of them.
+// Text made of pieces leads to the name that our own encoder makes of them.
 void check_known(model::pieces_t pieces) {
   model::name_t name;
   std::string first_cn, types = ",";

@@ -70,7 +70,7 @@ unsigned oid_str_to_asn_(const char* begin, const char* end, unsigned char (&out
     return 0;
   }
   unsigned size = 0;
-  unsigned folded = first * 40;  // into the second arc; Q9: wraps, and that arc has no limit
+  unsigned carried = first * 40;  // to the second arc; Q9: wraps, and that arc has no limit
   while (p != end) {
     ++p;
     if (p == end || !is_digit(*p)) {
@@ -80,12 +80,12 @@ unsigned oid_str_to_asn_(const char* begin, const char* end, unsigned char (&out
     if (!str_to_uint32_(p, end, '.', arc)) {
       return 0;
     }
-    const unsigned count = encode_arc(folded + arc, out + size, max_oid_size - size);
+    const unsigned count = encode_arc(carried + arc, out + size, max_oid_size - size);
     if (count == 0) {
       return 0;
     }
     size += count;
-    folded = 0;
+    carried = 0;
   }
   return size;
 }
@@ -96,7 +96,8 @@ static char* put_number(char* at, unsigned value) {
 }
 
 bool oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::string& text) {
-  constexpr int two_arcs = 22;
+  constexpr int two_arcs = 22;  // each with its point
+  // What string_tail_t does, with the end in a register: a twentieth fewer instructions.
   char chunk[128];
   char* const chunk_end = chunk + sizeof chunk;
   char* tail = chunk;
@@ -329,6 +330,7 @@ std::string read_config_file(const std::string& path) {
   if (end > max_config_size) {
     return {};
   }
+  // A size that cannot be told counts as 1.
   std::string text(static_cast<std::size_t>(end < 0 ? 1 : end), 0);
   std::rewind(file.get());
   if (std::fread(text.data(), text.size(), 1, file.get()) != 1) {

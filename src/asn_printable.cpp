@@ -23,7 +23,6 @@
 #include "t61_utf8.h"
 
 using namespace asn1;
-
 using namespace dn_text;
 
 // ---- Queries and edits on the text ----
@@ -163,6 +162,7 @@ constexpr unsigned char t61_string = 0x14;
 constexpr unsigned char ia5_string = 0x16;
 constexpr unsigned char universal_string = 0x1C;
 
+// A bit for each identifier.
 constexpr unsigned text_tags = 1U << utf8_string | 1U << numeric_string | 1U << printable_string |
                                1U << t61_string | 1U << ia5_string | 1U << universal_string |
                                1U << asn_tag_t::BMP_STRING;
@@ -302,6 +302,7 @@ class name_printer_t {
     return true;
   }
 
+  // Escaped text is at most twice as long.
   void append_escaped(std::string_view text) {
     while (!text.empty()) {
       const std::string_view piece = text.substr(0, string_tail_t::max_room / 2);

@@ -11,7 +11,7 @@
 
 using operations_t = std::map<std::string, std::string (*)(const row_t&)>;
 
-// Runs the operation of each row of a file. What fails is told with the row's file and line.
+// Runs the operation of each row of a file. What fails is reported with the row's file and line.
 inline void run_rows(const rows_t& file, const operations_t& operations) {
   EXPECT_FALSE(file.rows.empty()) << file.path;
   for (const auto& [line, fault] : file.faults()) {
@@ -65,9 +65,8 @@ inline std::string read(const readers_t& readers, const std::string& sample, con
 }
 
 // What reading gives with every other identifier octet of one element in turn: one outcome, in
-// which
-// "__" stands for the octet itself, or the first and the last of several. The element is the Nth
-// "XX(" of a text for from_hex.
+// which "__" stands for the octet itself, or the first and the last of several. The element is the
+// Nth "XX(" of a text for from_hex.
 inline std::string with_other_tags(const rows_t& file, const row_t& row, const readers_t& readers) {
   std::string text = file.texts.at(row.argument);
   unsigned long n = std::stoul(row.input);

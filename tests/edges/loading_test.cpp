@@ -84,7 +84,7 @@ void load_without_memory(const char* self, const char* name, const char* faults)
   expect(ended > 20, "loads without memory");
 }
 
-// Threads that use maps of their own do not mind that the default ones are destroyed.
+// Threads that use other maps are not disturbed when the default ones are destroyed.
 void exit_with_threads(const char* name) {
   for (int i = 0; i < 50; ++i) {
     const int status = status_of([name] {
