@@ -1,13 +1,16 @@
 // Writing DER: an element is an expression of its parts, such as
 //
-//   sequence(oid(g_oid_PBKDF2), sequence(octet_string(salt), integer(iterations)))
+//   sequence{oid{g_oid_PBKDF2}, sequence{octet_string{salt}, integer{iterations}}}
 //
 // which knows its encoded size before a byte is written and is then written once, in order, where
 // it belongs: to the end of a string or of an element under construction.
 //
-// An expression copies nothing: what its parts show must live until it is written. A part is
-// whatever has a size() of 64 bits and a write() of so many bytes. Sizes past 32 bits are refused
-// with std::bad_alloc before anything is written.
+// An expression copies no octets: what its parts show must live until it is written. Braces make
+// every part where it stays. A part with a name of its own would be copied into the next; named{}
+// only refers to it.
+//
+// A part is whatever has a size() of 64 bits and a write() of so many bytes. Sizes past 32 bits are
+// refused with std::bad_alloc before anything is written.
 
 #ifndef PKIDER_SRC_DER_WRITER_H
 #define PKIDER_SRC_DER_WRITER_H
@@ -18,7 +21,6 @@
 #include <limits>
 #include <string>
 #include <string_view>
-#include <tuple>
 #include <utility>
 
 #include <pkider/asn_reader.h>
@@ -49,271 +51,259 @@ inline integer_octets_t integer_octets_(unsigned value) {
 
 namespace asn1 {
 
-// ---- Where parts are written: a place takes octets and gives the place after them ----
+// ---- Where parts are written ----
 
-// Memory that has room for all.
-inline unsigned char* put(unsigned char* p, const unsigned char* octets, unsigned count) {
-  if (count != 0) {
-    std::memcpy(p, octets, count);
+// Room for all parts: memory, or the end of a string that will be longer by them.
+class room_t {
+ public:
+  room_t(unsigned char* begin, unsigned size) : begin_(begin), end_(begin + size) {}
+
+  room_t(std::string& s, unsigned size) : s_(&s), final_size_(grown_size_(s, size)) {
+    s.reserve(final_size_);
+    begin_ = reinterpret_cast<unsigned char*>(s.data()) + s.size();
+    end_ = begin_;
   }
-  return p + count;
-}
-inline unsigned char* put_header(unsigned char* p, unsigned char identifier,
-                                 std::uint64_t content) {
-  return asn_put_header_(identifier, static_cast<unsigned>(content), p);
-}
 
-// The end of a string that has room reserved for all. A string cannot grow without zeroes where the
-// parts will be: they are put there little by little, while the processor's cache holds them, and
-// not where many octets follow at once.
-struct string_end_t {
-  std::string* s;
-  unsigned char* next;
-  std::size_t zeroes;  // from `next` to the end of the string
+  unsigned char* begin() const { return begin_; }
+
+  // Makes the `count` bytes at `p` writable.
+  void reach(const unsigned char* p, std::size_t count) {
+    if (static_cast<std::size_t>(end_ - p) < count) {
+      lengthen_string(count);
+    }
+  }
+
+ private:
+  // A string cannot grow without zeroes where the parts will be. They are put there little by
+  // little, so that the processor's cache still holds them when they are overwritten.
+  static constexpr std::size_t step = 1U << 14;
+
+  __attribute__((noinline)) void lengthen_string(std::size_t count) {
+    const std::size_t size = s_->size();
+    s_->resize(std::min(final_size_, size + count + step));
+    end_ += s_->size() - size;
+  }
+
+  unsigned char* begin_;
+  unsigned char* end_;
+  std::string* s_ = nullptr;
+  std::size_t final_size_ = 0;
 };
 
-constexpr unsigned few_octets = 256;
+// Takes octets and gives the place after them.
+struct place_t {
+  unsigned char* next;
+  room_t* room;
+};
 
-inline string_end_t end_of(std::string* s) {
-  return {s, reinterpret_cast<unsigned char*>(s->data()) + s->size(), 0};
-}
-// What was not needed of the string's zeroes goes.
-inline void trim(string_end_t p) {
-  p.s->resize(p.s->size() - p.zeroes);
-}
-inline string_end_t make_zeroes(string_end_t p) {
-  trim(p);
-  const std::size_t size = p.s->size();
-  p.s->resize(std::min(p.s->capacity(), size + few_octets));
-  return {p.s, p.next, p.s->size() - size};
-}
-inline string_end_t put(string_end_t p, const unsigned char* octets, unsigned count) {
-  if (count > few_octets) {
-    trim(p);
-    p.s->append(reinterpret_cast<const char*>(octets), count);
-    return end_of(p.s);
+inline place_t put(place_t p, const unsigned char* octets, unsigned count) {
+  if (count != 0) {
+    p.room->reach(p.next, count);
+    std::memcpy(p.next, octets, count);
   }
-  if (p.zeroes < count) {
-    p = make_zeroes(p);
-  }
-  return {p.s, put(p.next, octets, count), p.zeroes - count};
+  return {p.next + count, p.room};
 }
-inline string_end_t put_header(string_end_t p, unsigned char identifier, std::uint64_t content) {
-  const unsigned size = asn_header_size_(content);
-  if (p.zeroes < size) {
-    p = make_zeroes(p);
+
+__attribute__((noinline)) inline place_t put_long_header(place_t p, unsigned char identifier,
+                                                         unsigned content) {
+  p.room->reach(p.next, asn_header_size_(content));
+  return {asn_put_header_(identifier, content, p.next), p.room};
+}
+inline place_t put_header(place_t p, unsigned char identifier, std::uint64_t content) {
+  if (content >= 0x80) {
+    return put_long_header(p, identifier, static_cast<unsigned>(content));
   }
-  return {p.s, put_header(p.next, identifier, content), p.zeroes - size};
+  p.room->reach(p.next, 2);
+  return {asn_put_header_(identifier, static_cast<unsigned char>(content), p.next), p.room};
 }
 
 // ---- Parts ----
 
 // Complete elements, as they are.
-class encoded_t {
+class encoded {
  public:
-  explicit encoded_t(const blob_t& elements) : elements_(elements) {}
+  encoded(const blob_t& elements) : elements_(elements) {}
   std::uint64_t size() const { return elements_.size; }
-  template <class Place>
-  Place write(Place p) const {
-    return put(p, elements_.data, elements_.size);
-  }
+  place_t write(place_t p) const { return put(p, elements_.data, elements_.size); }
 
  private:
   blob_t elements_;
 };
 
 // An identifier and a length alone.
-class header_t {
- public:
-  header_t(unsigned char identifier, std::uint64_t content)
-      : identifier_(identifier), content_(content) {}
-  std::uint64_t size() const { return asn_header_size_(content_); }
-  template <class Place>
-  Place write(Place p) const {
-    return put_header(p, identifier_, content_);
-  }
+struct header {
+  unsigned char identifier;
+  std::uint64_t content;
 
- private:
-  unsigned char identifier_;
-  std::uint64_t content_;
+  std::uint64_t size() const { return asn_header_size_(content); }
+  place_t write(place_t p) const { return put_header(p, identifier, content); }
 };
 
 // An element of octets.
-class primitive_t {
- public:
-  primitive_t(unsigned char identifier, const blob_t& octets)
-      : identifier_(identifier), octets_(octets) {}
-  std::uint64_t size() const { return asn_header_size_(octets_.size) + encoded_t(octets_).size(); }
-  template <class Place>
-  Place write(Place p) const {
-    return put(put_header(p, identifier_, octets_.size), octets_.data, octets_.size);
-  }
+struct primitive {
+  unsigned char identifier;
+  blob_t octets;
 
- private:
-  unsigned char identifier_;
-  blob_t octets_;
+  std::uint64_t size() const { return asn_header_size_(octets.size) + std::uint64_t{octets.size}; }
+  place_t write(place_t p) const {
+    return put(put_header(p, identifier, octets.size), octets.data, octets.size);
+  }
 };
 
-template <unsigned N>
-class oid_t {
- public:
-  explicit oid_t(const unsigned char (&octets)[N]) : octets_(octets) {}
-  std::uint64_t size() const { return asn_header_size_(N) + N; }
-  template <class Place>
-  Place write(Place p) const {
-    return put(put_header(p, asn_tag_t::OID, N), octets_, N);
+// A part that has a name, by reference.
+template <class Part>
+struct named {
+  const Part& part;
+
+  std::uint64_t size() const { return part.size(); }
+  place_t write(place_t p) const { return part.write(p); }
+};
+template <class Part>
+named(const Part&) -> named<Part>;
+
+// Up to three parts in a row.
+template <class... Parts>
+struct row;
+template <class... Parts>
+row(Parts...) -> row<Parts...>;
+
+template <class A>
+struct row<A> {
+  A a;
+  std::uint64_t total = a.size();
+
+  std::uint64_t size() const { return total; }
+  place_t write(place_t p) const { return a.write(p); }
+};
+template <class A, class B>
+struct row<A, B> {
+  A a;
+  B b;
+  std::uint64_t total = a.size() + b.size();
+
+  std::uint64_t size() const { return total; }
+  place_t write(place_t p) const { return b.write(a.write(p)); }
+};
+template <class A, class B, class C>
+struct row<A, B, C> {
+  A a;
+  B b;
+  C c;
+  std::uint64_t total = a.size() + b.size() + c.size();
+
+  std::uint64_t size() const { return total; }
+  place_t write(place_t p) const { return c.write(b.write(a.write(p))); }
+};
+
+// An element of other parts.
+template <unsigned char identifier, class... Parts>
+struct element_t : row<Parts...> {
+  std::uint64_t size() const { return asn_header_size_(this->total) + this->total; }
+  place_t write(place_t p) const {
+    return row<Parts...>::write(put_header(p, identifier, this->total));
   }
+};
+
+template <class... Parts>
+struct sequence : element_t<asn_tag_t::SEQUENCE, Parts...> {};
+template <class... Parts>
+sequence(Parts...) -> sequence<Parts...>;
+template <class... Parts>
+sequence(sequence<Parts...>) -> sequence<sequence<Parts...>>;
+
+template <class... Parts>
+struct set : element_t<asn_tag_t::SET, Parts...> {};
+template <class... Parts>
+set(Parts...) -> set<Parts...>;
+template <class... Parts>
+set(set<Parts...>) -> set<set<Parts...>>;
+
+// [0] EXPLICIT
+template <class Part>
+struct context_0 : element_t<asn_tag_t::CONTEXT_0, Part> {};
+template <class Part>
+context_0(Part) -> context_0<Part>;
+template <class Part>
+context_0(context_0<Part>) -> context_0<context_0<Part>>;
+
+template <class Part>
+struct octet_string : element_t<asn_tag_t::OCTET_STRING, Part> {};
+template <class Part>
+octet_string(Part) -> octet_string<Part>;
+template <class Part>
+octet_string(octet_string<Part>) -> octet_string<octet_string<Part>>;
+octet_string(blob_t)->octet_string<encoded>;
+
+template <unsigned N>
+class table_t {
+ public:
+  table_t(const unsigned char (&octets)[N]) : octets_(octets) {}
+  std::uint64_t size() const { return N; }
+  place_t write(place_t p) const { return put(p, octets_, N); }
 
  private:
   const unsigned char (&octets_)[N];
 };
 
-class integer_t {
+template <class Octets>
+struct oid : element_t<asn_tag_t::OID, Octets> {};
+template <unsigned N>
+oid(const unsigned char (&)[N]) -> oid<table_t<N>>;
+oid(blob_t)->oid<encoded>;
+
+struct null {
+  std::uint64_t size() const { return 2; }
+  place_t write(place_t p) const { return put_header(p, asn_tag_t::NULL_TAG, 0); }
+};
+
+class number_t {
  public:
-  explicit integer_t(unsigned value) : content_(integer_octets_(value)) {}
-  std::uint64_t size() const { return asn_header_size_(content_.size) + content_.size; }
-  template <class Place>
-  Place write(Place p) const {
-    return put(put_header(p, asn_tag_t::INTEGER, content_.size), content_.octets, content_.size);
-  }
+  number_t(unsigned value) : content_(integer_octets_(value)) {}
+  std::uint64_t size() const { return content_.size; }
+  place_t write(place_t p) const { return put(p, content_.octets, content_.size); }
 
  private:
   integer_octets_t content_;
 };
+struct integer : element_t<asn_tag_t::INTEGER, number_t> {};
 
-// Parts in a row.
-template <class... Parts>
-class parts_t {
- public:
-  explicit parts_t(const Parts&... parts)
-      : size_((std::uint64_t{0} + ... + parts.size())), parts_(parts...) {}
-  std::uint64_t size() const { return size_; }
-  template <class Place>
-  Place write(Place p) const {
-    std::apply([&p](const auto&... part) { ((p = part.write(p)), ...); }, parts_);
-    return p;
-  }
+// A part that is there or not.
+template <class Part>
+struct optional {
+  bool present;
+  Part part;
 
- private:
-  std::uint64_t size_;
-  std::tuple<Parts...> parts_;
+  std::uint64_t size() const { return present ? part.size() : 0; }
+  place_t write(place_t p) const { return present ? part.write(p) : p; }
 };
-
-// An element of other parts.
-template <unsigned char identifier, class... Parts>
-class element_t {
- public:
-  explicit element_t(const Parts&... parts)
-      : content_((std::uint64_t{0} + ... + parts.size())), parts_(parts...) {}
-  std::uint64_t size() const { return asn_header_size_(content_) + content_; }
-  template <class Place>
-  Place write(Place p) const {
-    p = put_header(p, identifier, content_);
-    std::apply([&p](const auto&... part) { ((p = part.write(p)), ...); }, parts_);
-    return p;
-  }
-
- private:
-  std::uint64_t content_;
-  std::tuple<Parts...> parts_;
-};
-
-// Parts that are there or not.
-template <class... Parts>
-class optional_t {
- public:
-  explicit optional_t(bool present, const Parts&... parts) : present_(present), parts_(parts...) {}
-  std::uint64_t size() const {
-    const auto sum = [](const auto&... part) { return (std::uint64_t{0} + ... + part.size()); };
-    return present_ ? std::apply(sum, parts_) : 0;
-  }
-  template <class Place>
-  Place write(Place p) const {
-    if (present_) {
-      std::apply([&p](const auto&... part) { ((p = part.write(p)), ...); }, parts_);
-    }
-    return p;
-  }
-
- private:
-  bool present_;
-  std::tuple<Parts...> parts_;
-};
+template <class Part>
+optional(bool, Part) -> optional<Part>;
 
 // What `to_part` makes of each member of a list. Parts of members are made twice, for their size
 // and when they are written, and never kept.
 template <class List, class ToPart>
-class list_t {
- public:
-  list_t(const List& list, ToPart to_part) : list_(list), to_part_(to_part) {
-    for (const auto& member : list_) {
-      size_ += to_part_(member).size();
-    }
-  }
-  std::uint64_t size() const { return size_; }
-  template <class Place>
-  Place write(Place p) const {
-    for (const auto& member : list_) {
-      p = to_part_(member).write(p);
+struct each {
+  const List& list;
+  ToPart to_part;
+  std::uint64_t total = sum();
+
+  std::uint64_t size() const { return total; }
+  place_t write(place_t p) const {
+    for (const auto& member : list) {
+      p = to_part(member).write(p);
     }
     return p;
   }
-
- private:
-  const List& list_;
-  ToPart to_part_;
-  std::uint64_t size_ = 0;
+  std::uint64_t sum() const {
+    std::uint64_t size = 0;
+    for (const auto& member : list) {
+      size += to_part(member).size();
+    }
+    return size;
+  }
 };
-
-// ---- The same under the names of ASN.1 ----
-
-template <class... Parts>
-auto sequence(const Parts&... parts) {
-  return element_t<asn_tag_t::SEQUENCE, Parts...>(parts...);
-}
-template <class... Parts>
-auto set(const Parts&... parts) {
-  return element_t<asn_tag_t::SET, Parts...>(parts...);
-}
-// [0] EXPLICIT
-template <class Part>
-auto context_0(const Part& part) {
-  return element_t<asn_tag_t::CONTEXT_0, Part>(part);
-}
-template <class Part>
-auto octet_string(const Part& part) {
-  return element_t<asn_tag_t::OCTET_STRING, Part>(part);
-}
-inline auto octet_string(const blob_t& octets) {
-  return primitive_t(asn_tag_t::OCTET_STRING, octets);
-}
-inline auto null() {
-  return primitive_t(asn_tag_t::NULL_TAG, {});
-}
-inline auto integer(unsigned value) {
-  return integer_t(value);
-}
-template <unsigned N>
-auto oid(const unsigned char (&octets)[N]) {
-  return oid_t<N>(octets);
-}
-inline auto oid(const blob_t& octets) {
-  return primitive_t(asn_tag_t::OID, octets);
-}
-template <class... Parts>
-auto optional(bool present, const Parts&... parts) {
-  return optional_t<Parts...>(present, parts...);
-}
 template <class List, class ToPart>
-auto sequence_of(const List& list, ToPart to_part) {
-  return sequence(list_t<List, ToPart>(list, to_part));
-}
-inline auto primitive(unsigned char identifier, const blob_t& octets) {
-  return primitive_t(identifier, octets);
-}
-inline auto encoded(const blob_t& elements) {
-  return encoded_t(elements);
-}
+each(const List&, ToPart) -> each<List, ToPart>;
 
 inline blob_t view(std::string_view s) {
   return {size32_(s.size()), reinterpret_cast<const unsigned char*>(s.data())};
@@ -324,7 +314,9 @@ inline blob_t view(std::string_view s) {
 // Appends to an element under construction, whose buffer grows at most once.
 template <unsigned N, class Part>
 void append(asn_tag_t_<N>& parent, const Part& part) {
-  part.write(parent.append_room(size32_(part.size())));
+  const unsigned size = size32_(part.size());
+  room_t room(parent.append_room(size), size);
+  part.write({room.begin(), &room});
 }
 
 // The same to a parent that may get any number of parts: room at least doubles when it grows, which
@@ -342,19 +334,8 @@ void append_one_of_many(asn_tag_t_<N>& parent, const Part& part) {
 // Appends to a string, which may not hold what the part shows.
 template <class Part>
 void append(std::string& out, const Part& part) {
-  part.write(reinterpret_cast<unsigned char*>(grow_string_(out, size32_(part.size()))));
-}
-
-// The same for a part of any size, without zeroes in all its memory before its octets.
-template <class Part>
-void append_large(std::string& out, const Part& part) {
-  constexpr unsigned cached = 1U << 20;  // zeroes that stay in the cache cost less than steps
-  if (part.size() < cached) {
-    append(out, part);
-    return;
-  }
-  reserve_string_(out, size32_(part.size()));
-  trim(part.write(end_of(&out)));
+  room_t room(out, size32_(part.size()));
+  part.write({room.begin(), &room});
 }
 
 // Replaces a string, which may hold what the part shows.

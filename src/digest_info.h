@@ -10,7 +10,7 @@ namespace asn1 {
 // DigestInfo ::= SEQUENCE { digestAlgorithm AlgorithmIdentifier, digest OCTET STRING }
 template <class Oid>
 auto digest_info(const Oid& algorithm, const blob_t& digest) {
-  return sequence(sequence(algorithm, null()), octet_string(digest));
+  return sequence{sequence{algorithm, null{}}, octet_string{digest}};
 }
 
 }  // namespace asn1

@@ -93,16 +93,19 @@ bool asn_read_pkcs7_data(const unsigned char* der, unsigned len, blob_t& out) {
   return asn1_read_view_(asn_tag_t::OCTET_STRING, &input, &out);
 }
 
+using content_type = oid<table_t<9>>;
+
 template <class Content>
-auto content_info(const unsigned char (&type)[9], const Content& content) {
-  return sequence(oid(type), context_0(content));
-}
+struct content_info : sequence<content_type, context_0<Content>> {};
+template <class Content>
+content_info(content_type, context_0<Content>) -> content_info<Content>;
 
 }  // namespace
 
 void asn_write_pkcs7_ContentInfo(const unsigned char (&type)[9], const asn_tag_t_<0>& content,
                                  asn_tag_t_<0>& out) {
-  append(out, content_info(type, encoded({content.encoded_size(), content.encoded()})));
+  append(out,
+         content_info{oid{type}, context_0{encoded{{content.encoded_size(), content.encoded()}}}});
 }
 
 // ---- MacData ----
@@ -137,8 +140,8 @@ namespace {
 
 // Q50: the algorithm is written whatever mac.digest_alg says, and the count also where it is 1.
 auto mac_data(const pkcs12_mac_t& mac) {
-  return sequence(digest_info(oid(g_oid_GOSTR3411), mac.digest), octet_string(mac.mac_salt),
-                  integer(mac.mac_iterations));
+  return sequence{digest_info(oid{g_oid_GOSTR3411}, mac.digest), octet_string{mac.mac_salt},
+                  integer{mac.mac_iterations}};
 }
 
 }  // namespace
@@ -258,31 +261,32 @@ bool asn_read_pkcs12_bags(const unsigned char* der, unsigned len, bool encrypted
 
 // Attribute ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF ANY }
 auto attribute(const unsigned char (&type)[9], unsigned char value_tag, const blob_t& value) {
-  return optional(value.size != 0, sequence(oid(type), set(primitive(value_tag, value))));
+  return optional{value.size != 0, sequence{oid{type}, set{primitive{value_tag, value}}}};
 }
 
 // CertBag ::= SEQUENCE { certId OBJECT IDENTIFIER, certValue [0] EXPLICIT OCTET STRING }
 auto cert_bag(const blob_t& certificate) {
-  return sequence(oid(g_oid_pkcs9_ct_x509Certificate), context_0(octet_string(certificate)));
+  return sequence{oid{g_oid_pkcs9_ct_x509Certificate}, context_0{octet_string{certificate}}};
 }
 
 // SafeBag ::= SEQUENCE { bagId OBJECT IDENTIFIER, bagValue [0] EXPLICIT ANY,
 //   bagAttributes SET OF Attribute OPTIONAL }
 // Q53: of any other type there are only the attributes.
 auto safe_bag(const pkcs12_bag_t& bag) {
-  const auto key = optional(bag.type == PKCS12_BAG_KEY, oid(g_oid_pkcs12_id_keyBag),
-                            context_0(encoded(bag.value)));
-  const auto cert = optional(bag.type == PKCS12_BAG_CERT, oid(g_oid_pkcs12_id_certBag),
-                             context_0(cert_bag(bag.value)));
-  const auto name =
-      attribute(g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING, bag.friendly_name);
-  const auto id = attribute(g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING, bag.local_key_id);
-  return sequence(key, cert, optional(name.size() + id.size() != 0, set(name, id)));
+  return sequence{
+      optional{bag.type == PKCS12_BAG_KEY,
+               row{oid{g_oid_pkcs12_id_keyBag}, context_0{encoded{bag.value}}}},
+      optional{bag.type == PKCS12_BAG_CERT,
+               row{oid{g_oid_pkcs12_id_certBag}, context_0{cert_bag(bag.value)}}},
+      optional{
+          bag.friendly_name.size != 0 || bag.local_key_id.size != 0,
+          set{attribute(g_oid_pkcs9_at_friendlyName, asn_tag_t::BMP_STRING, bag.friendly_name),
+              attribute(g_oid_pkcs9_at_localKeyId, asn_tag_t::OCTET_STRING, bag.local_key_id)}}};
 }
 
 // SafeContents ::= SEQUENCE OF SafeBag
 auto safe_contents(const std::list<pkcs12_bag_t>& bags) {
-  return sequence_of(bags, [](const pkcs12_bag_t& bag) { return safe_bag(bag); });
+  return sequence{each{bags, safe_bag}};
 }
 
 }  // namespace
@@ -427,9 +431,9 @@ void encrypt(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* crypto, cipherte
 }
 
 auto encrypted_data(const ciphertext_t& ciphertext) {
-  const auto info = sequence(oid(g_oid_pkcs7_id_data), encoded(view(ciphertext.algorithm)),
-                             primitive(0x80, view(ciphertext.octets)));
-  return sequence(integer(0), info);
+  return sequence{integer{0},
+                  sequence{oid{g_oid_pkcs7_id_data}, encoded{view(ciphertext.algorithm)},
+                           primitive{0x80, view(ciphertext.octets)}}};
 }
 
 }  // namespace
@@ -442,32 +446,32 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
     encrypt(in.encrypted_bags, crypto, ciphertext);
   }
   // AuthenticatedSafe ::= SEQUENCE OF ContentInfo
-  const auto safes = octet_string(sequence(
-      optional(has_plain,
-               content_info(g_oid_pkcs7_id_data, octet_string(safe_contents(in.plain_bags)))),
-      optional(has_encrypted,
-               content_info(g_oid_pkcs7_id_encrypted_data, encrypted_data(ciphertext)))));
-  const auto version = integer(3);
-  const auto auth_safe = content_info(g_oid_pkcs7_id_data, safes);
+  const auto safes = octet_string{sequence{
+      optional{has_plain, content_info{oid{g_oid_pkcs7_id_data},
+                                       context_0{octet_string{safe_contents(in.plain_bags)}}}},
+      optional{has_encrypted, content_info{oid{g_oid_pkcs7_id_encrypted_data},
+                                           context_0{encrypted_data(ciphertext)}}}}};
+  const auto version = integer{3};
+  const auto auth_safe = content_info{oid{g_oid_pkcs7_id_data}, context_0{named{safes}}};
 
   // The MAC is computed over the safes where they stand, and its size is in the header before them:
   // this is written for a usual MAC first, and for the real one at the end.
   constexpr std::uint64_t usual_mac = 128;
   const std::uint64_t before_mac = version.size() + auth_safe.size();
-  const header_t expected(asn_tag_t::SEQUENCE, before_mac + usual_mac);
+  const header expected = {asn_tag_t::SEQUENCE, before_mac + usual_mac};
   const auto header_size = static_cast<unsigned>(expected.size());
   secret_string_t_ der(header_size + before_mac + 2 * usual_mac);
-  append_large(der.text, parts_t(expected, version, auth_safe));
+  append(der.text, row{expected, version, named{auth_safe}});
   const auto* end = reinterpret_cast<const unsigned char*>(der.text.data()) + der.text.size();
   const auto safes_size = static_cast<unsigned>(safes.size());
   pkcs12_mac_t computed;
   const bool has_mac = crypto->compute_mac(end - safes_size, safes_size, computed);  // Q49
   const auto mac = mac_data(has_mac ? computed : in.mac);                            // Q55
 
-  std::string header;
-  append(header, header_t(asn_tag_t::SEQUENCE, size32_(before_mac + mac.size())));
-  der.reserve(mac.size() + header.size());
+  std::string pfx;
+  append(pfx, header{asn_tag_t::SEQUENCE, size32_(before_mac + mac.size())});
+  der.reserve(mac.size() + pfx.size());
   append(der.text, mac);
-  der.text.replace(0, header_size, header);
+  der.text.replace(0, header_size, pfx);
   out = der.take();
 }

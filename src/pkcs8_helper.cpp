@@ -77,14 +77,19 @@ bool asn_read_pkcs5_PBES2(const unsigned char* der, unsigned len, pkcs5_pbe_gost
   return read_kdf(kdf, out);
 }
 
+auto kdf(const pkcs5_pbe_gost_t& in) {
+  return sequence{oid{g_oid_PBKDF2}, sequence{octet_string{in.salt}, integer{in.iterations},
+                                              sequence{oid{g_oid_HMAC_GOSTR3411}, null{}}}};
+}
+
+auto encryption_scheme(const pkcs5_pbe_gost_t& in) {
+  return sequence{oid{g_oid_gost28147_89},
+                  sequence{octet_string{in.iv}, oid{g_oid_encryptionParamSet}}};
+}
+
 // Q43: the whole AlgorithmIdentifier. Q41: always with parameter set A and without keyLength.
 auto pbes2(const pkcs5_pbe_gost_t& in) {
-  const auto prf = sequence(oid(g_oid_HMAC_GOSTR3411), null());
-  const auto kdf =
-      sequence(oid(g_oid_PBKDF2), sequence(octet_string(in.salt), integer(in.iterations), prf));
-  const auto scheme = sequence(oid(g_oid_gost28147_89),
-                               sequence(octet_string(in.iv), oid(g_oid_encryptionParamSet)));
-  return sequence(oid(g_oid_PBES2), sequence(kdf, scheme));
+  return sequence{oid{g_oid_PBES2}, sequence{kdf(in), encryption_scheme(in)}};
 }
 
 }  // namespace
@@ -167,11 +172,11 @@ bool asn_read_pkcs8_pki_gost(const unsigned char* der, unsigned len, pkcs8_pki_g
 
 void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
   const gost_kind_t kind = find_kind(in.key_alg);
-  const auto params = sequence(oid(kind.param_set),
-                               oid(g_id_GostR3411_94_CryptoProParamSet));  // Q45: for every kind
-  const auto algorithm = sequence(oid(kind.algorithm), params);
-  const auto private_key = octet_string(octet_string(in.private_key));  // Q45
-  assign(out, sequence(integer(0), algorithm, private_key));
+  assign(out, sequence{integer{0},
+                       sequence{oid{kind.algorithm},
+                                sequence{oid{kind.param_set},  // Q45: the other for every kind
+                                         oid{g_id_GostR3411_94_CryptoProParamSet}}},
+                       octet_string{octet_string{in.private_key}}});  // Q45
 }
 
 // ---- EncryptedPrivateKeyInfo ----
@@ -190,5 +195,5 @@ bool asn_read_pkcs8_encrypted_pki_gost(const unsigned char* der, unsigned len,
 }
 
 void asn_write_pkcs8_encrypted_pki_gost(const pkcs8_encrypted_pki_gost_t& in, std::string& out) {
-  assign(out, sequence(pbes2(in.pbe), octet_string(in.encrypted_data)));
+  assign(out, sequence{pbes2(in.pbe), octet_string{in.encrypted_data}});
 }
