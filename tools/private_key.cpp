@@ -29,7 +29,7 @@ bool is_key_of_other_form(const input_block_t& block) {
          kind == kind_t::legacy_encrypted_key;
 }
 
-// The keys of a file, plain or still encrypted. Keys in other forms are told of.
+// The keys of a file, plain or still encrypted. Keys in other forms are reported.
 std::vector<key_file_t> read_key_blocks(const std::string& file) {
   const std::vector<input_block_t> blocks = read_input(file);
   std::vector<key_file_t> keys;
