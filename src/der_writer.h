@@ -204,6 +204,7 @@ struct element_t : row<Parts...> {
   }
 };
 
+// The last guide of each makes an element with one part of its own kind a wrapper, not a copy.
 template <class... Parts>
 struct sequence : element_t<asn_tag_t::SEQUENCE, Parts...> {};
 template <class... Parts>
@@ -252,8 +253,8 @@ oid(const unsigned char (&)[N]) -> oid<table_t<N>>;
 oid(blob_t)->oid<encoded>;
 
 struct null {
-  std::uint64_t size() const { return 2; }
-  place_t write(place_t p) const { return put_header(p, asn_tag_t::NULL_TAG, 0); }
+  static std::uint64_t size() { return 2; }
+  static place_t write(place_t p) { return put_header(p, asn_tag_t::NULL_TAG, 0); }
 };
 
 class number_t {
