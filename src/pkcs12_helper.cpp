@@ -416,9 +416,9 @@ bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe_crypto_t* 
 
 namespace {
 
-// EncryptedData: its parameters and ciphertext, empty where nothing is encrypted.
+// Empty where nothing is encrypted.
 struct ciphertext_t {
-  std::string algorithm;
+  std::string algorithm;  // the AlgorithmIdentifier
   std::string octets;
 };
 
@@ -430,6 +430,9 @@ void encrypt(const std::list<pkcs12_bag_t>& bags, pbe_crypto_t* crypto, cipherte
   asn_write_pkcs5_pbe_gost(pbe, out.algorithm);
 }
 
+// EncryptedData ::= SEQUENCE { version INTEGER, encryptedContentInfo SEQUENCE {
+//   contentType OBJECT IDENTIFIER, contentEncryptionAlgorithm AlgorithmIdentifier,
+//   encryptedContent [0] IMPLICIT OCTET STRING } }
 auto encrypted_data(const ciphertext_t& ciphertext) {
   return sequence{integer{0},
                   sequence{oid{g_oid_pkcs7_id_data}, encoded{view(ciphertext.algorithm)},
@@ -451,6 +454,7 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
                                        context_0{octet_string{safe_contents(in.plain_bags)}}}},
       optional{has_encrypted, content_info{oid{g_oid_pkcs7_id_encrypted_data},
                                            context_0{encrypted_data(ciphertext)}}}}};
+  // PFX ::= SEQUENCE { version INTEGER, authSafe ContentInfo, macData MacData }
   const auto version = integer{3};
   const auto auth_safe = content_info{oid{g_oid_pkcs7_id_data}, context_0{named{safes}}};
 
@@ -468,10 +472,10 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
   const bool has_mac = crypto->compute_mac(end - safes_size, safes_size, computed);  // Q49
   const auto mac = mac_data(has_mac ? computed : in.mac);                            // Q55
 
-  std::string pfx;
-  append(pfx, header{asn_tag_t::SEQUENCE, size32_(before_mac + mac.size())});
-  der.reserve(mac.size() + pfx.size());
+  std::string actual;
+  append(actual, header{asn_tag_t::SEQUENCE, size32_(before_mac + mac.size())});
+  der.reserve(mac.size() + actual.size());
   append(der.text, mac);
-  der.text.replace(0, header_size, pfx);
+  der.text.replace(0, header_size, actual);
   out = der.take();
 }
