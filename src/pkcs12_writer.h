@@ -1,6 +1,6 @@
 // The parts of a container, appended to an element under construction. They are the expressions
-// that asn_write_pkcs12_easy is made of; it uses these directly, as a part that was built before
-// would be copied once more.
+// that asn_write_pkcs12_easy is made of. Where it needs no builder it uses these directly: a part
+// that was built before would be copied once more.
 
 #ifndef PKIDER_SRC_PKCS12_WRITER_H
 #define PKIDER_SRC_PKCS12_WRITER_H
