@@ -311,6 +311,10 @@ constexpr char mark = '\0';
 
 std::vector<std::string> marked_arguments(int argc, char** argv) {
   std::vector<std::string> arguments(argv + 1, argv + argc);
+  if (!arguments.empty() && arguments.front() == "help") {  // "help VERB" is "VERB --help"
+    arguments.erase(arguments.begin());
+    arguments.emplace_back("--help");
+  }
   for (std::string& argument : arguments) {
     if (!argument.empty() && argument.front() == '[') {
       argument += mark;

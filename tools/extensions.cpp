@@ -51,6 +51,28 @@ std::string text_of(const asn_iter_t& content) {
   return to_string(asn1_view_(content));
 }
 
+// What the elements of a SEQUENCE OF are, one after the other: `read` takes one off the iterator.
+list_t list_of(asn_iter_t elements, std::string (*read)(asn_iter_t&)) {
+  list_t out;
+  while (elements.len != 0) {
+    out.push_back(read(elements));
+  }
+  return out;
+}
+
+list_t sequence_of(asn_iter_t cur, std::string (*read)(asn_iter_t&)) {
+  return list_of(enter(asn_tag_t::SEQUENCE, cur), read);
+}
+
+std::string oid_text(asn_iter_t& cur) {
+  return short_oid_name(asn1_view_(enter(asn_tag_t::OID, cur)));
+}
+
+// A string of any type.
+std::string string_text(asn_iter_t& cur) {
+  return text_of(enter(asn_tag_t::ANY, cur));
+}
+
 // ---- GeneralName ----
 
 // Four bytes, or sixteen, or twice as many with a mask.
@@ -106,19 +128,16 @@ std::string general_name_text(asn_iter_t& names) {
   }
 }
 
-list_t general_names(asn_iter_t names) {
-  list_t out;
-  while (names.len != 0) {
-    out.push_back(general_name_text(names));
-  }
-  return out;
+void append_general_names(list_t& out, const asn_iter_t& names) {
+  const list_t more = list_of(names, general_name_text);
+  out.insert(out.end(), more.begin(), more.end());
 }
 
 // ---- Extensions: each function takes the content of extnValue ----
 
 // GeneralNames ::= SEQUENCE OF GeneralName
 list_t alternative_names(asn_iter_t cur) {
-  return general_names(enter(asn_tag_t::SEQUENCE, cur));
+  return sequence_of(cur, general_name_text);
 }
 
 // BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE, pathLenConstraint INTEGER OPTIONAL }
@@ -152,12 +171,7 @@ list_t key_usage(asn_iter_t cur) {
 
 // ExtKeyUsageSyntax ::= SEQUENCE OF OID
 list_t key_purposes(asn_iter_t cur) {
-  asn_iter_t purposes = enter(asn_tag_t::SEQUENCE, cur);
-  list_t out;
-  while (purposes.len != 0) {
-    out.push_back(short_oid_name(asn1_view_(enter(asn_tag_t::OID, purposes))));
-  }
-  return out;
+  return sequence_of(cur, oid_text);
 }
 
 list_t subject_key_id(asn_iter_t cur) {
@@ -173,8 +187,7 @@ list_t issuer_key_id(asn_iter_t cur) {
     out.push_back(hex(asn1_view_(enter(context(0), id))));
   }
   if (asn1_next_is_(constructed(1), id)) {
-    const list_t names = general_names(enter(constructed(1), id));
-    out.insert(out.end(), names.begin(), names.end());
+    append_general_names(out, enter(constructed(1), id));
   }
   if (id.len != 0) {
     out.push_back("serial:" + hex(asn1_view_(enter(context(2), id))));
@@ -183,71 +196,71 @@ list_t issuer_key_id(asn_iter_t cur) {
 }
 
 // CRLDistributionPoints ::= SEQUENCE OF SEQUENCE {
-//   [0] distributionPoint { [0] fullName GeneralNames } OPTIONAL, ... }
+//   [0] distributionPoint { [0] fullName GeneralNames or [1] nameRelativeToCRLIssuer } OPTIONAL,
+//   [1] reasons OPTIONAL, [2] cRLIssuer OPTIONAL }
 list_t revocation_lists(asn_iter_t cur) {
   asn_iter_t points = enter(asn_tag_t::SEQUENCE, cur);
   list_t out;
   while (points.len != 0) {
     asn_iter_t point = enter(asn_tag_t::SEQUENCE, points);
+    if (!asn1_next_is_(constructed(0), point)) {
+      continue;
+    }
     asn_iter_t name = enter(constructed(0), point);
-    const list_t names = general_names(enter(constructed(0), name));
-    out.insert(out.end(), names.begin(), names.end());
+    if (asn1_next_is_(constructed(0), name)) {
+      append_general_names(out, enter(constructed(0), name));
+    } else {
+      out.push_back("relative:#" + hex(asn1_view_(enter(constructed(1), name))));
+    }
   }
   return out;
 }
 
-// AuthorityInfoAccessSyntax ::= SEQUENCE OF SEQUENCE { accessMethod OID, accessLocation }
+// AccessDescription ::= SEQUENCE { accessMethod OID, accessLocation GeneralName }
+std::string access_text(asn_iter_t& cur) {
+  asn_iter_t description = enter(asn_tag_t::SEQUENCE, cur);
+  const std::string method = oid_text(description);
+  return method + ' ' + general_name_text(description);
+}
+
+// AuthorityInfoAccessSyntax ::= SEQUENCE OF AccessDescription
 list_t issuer_addresses(asn_iter_t cur) {
-  asn_iter_t descriptions = enter(asn_tag_t::SEQUENCE, cur);
-  list_t out;
-  while (descriptions.len != 0) {
-    asn_iter_t description = enter(asn_tag_t::SEQUENCE, descriptions);
-    const std::string method = short_oid_name(asn1_view_(enter(asn_tag_t::OID, description)));
-    out.push_back(method + ' ' + general_name_text(description));
-  }
-  return out;
+  return sequence_of(cur, access_text);
 }
 
-// SEQUENCE OF SEQUENCE { OID, ... }: policies, and statements of qualified certificates
+// SEQUENCE { OID, ... }
+std::string first_oid_text(asn_iter_t& cur) {
+  asn_iter_t item = enter(asn_tag_t::SEQUENCE, cur);
+  return oid_text(item);
+}
+
+// Policies, and statements of qualified certificates.
 list_t oids_in_sequences(asn_iter_t cur) {
-  asn_iter_t items = enter(asn_tag_t::SEQUENCE, cur);
-  list_t out;
-  while (items.len != 0) {
-    asn_iter_t item = enter(asn_tag_t::SEQUENCE, items);
-    out.push_back(short_oid_name(asn1_view_(enter(asn_tag_t::OID, item))));
-  }
-  return out;
+  return sequence_of(cur, first_oid_text);
 }
 
-// One string of any type, such as SubjectSignTool ::= UTF8String
+// Such as SubjectSignTool ::= UTF8String
 list_t one_text(asn_iter_t cur) {
-  return {text_of(enter(asn_tag_t::ANY, cur))};
+  return {string_text(cur)};
 }
 
 // IssuerSignTool ::= SEQUENCE { signTool, cATool, signToolCert, cAToolCert UTF8String }
 list_t several_texts(asn_iter_t cur) {
-  asn_iter_t texts = enter(asn_tag_t::SEQUENCE, cur);
-  list_t out;
-  while (texts.len != 0) {
-    out.push_back(text_of(enter(asn_tag_t::ANY, texts)));
-  }
-  return out;
+  return sequence_of(cur, string_text);
 }
 
-// PrivateKeyUsagePeriod ::= SEQUENCE { [0] notBefore OPTIONAL, [1] notAfter OPTIONAL }, each a
-// GeneralizedTime
-list_t key_period(asn_iter_t cur) {
-  asn_iter_t times = enter(asn_tag_t::SEQUENCE, cur);
-  list_t out;
-  while (times.len != 0) {
-    const bool from = asn1_next_is_(context(0), times);
-    asn_time_t time;
-    if (!read_asn_time(text_of(enter(asn_tag_t::ANY, times)), false, time)) {
-      throw malformed_t();
-    }
-    out.push_back((from ? "from " : "to ") + time_text(time));
+// PrivateKeyUsagePeriod's [0] notBefore or [1] notAfter, a GeneralizedTime
+std::string key_time_text(asn_iter_t& cur) {
+  const bool from = asn1_next_is_(context(0), cur);
+  asn_time_t time;
+  if (!read_asn_time(string_text(cur), false, time)) {
+    throw malformed_t();
   }
-  return out;
+  return (from ? "from " : "to ") + time_text(time);
+}
+
+list_t key_period(asn_iter_t cur) {
+  return sequence_of(cur, key_time_text);
 }
 
 struct extension_t {

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <filesystem>
 #include <list>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -103,9 +102,13 @@ std::vector<extract_t> extracts_of(const p12_extract_options_t& options, opened_
   return extracts;
 }
 
+// key-N.pem or cert-N.pem.
 bool is_extracted_name(const std::string& name) {
-  static const std::regex pattern("(key|cert)-[0-9]+\\.pem");
-  return std::regex_match(name, pattern);
+  const std::size_t number = name.find('-') + 1;
+  const std::size_t end = name.find_first_not_of("0123456789", number);
+  const std::string kind = name.substr(0, number);
+  return (kind == "key-" || kind == "cert-") && end != number && end != std::string::npos &&
+         name.substr(end) == ".pem";
 }
 
 // Throws input_error_t when the directory would hold files of two containers.
