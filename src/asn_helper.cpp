@@ -243,8 +243,8 @@ pki_alg_t PKI_OID_TO_ALG(const void* oid, unsigned len) {
 // Q15: NULL parameters for every digest, and an empty OID for a code that is no digest's.
 void asn_add_alg_to_digest(std::string& digest, pki_alg_t alg) {
   const pki_oid_ref_t* algorithm = PKI_HASH_ALG_TO_OID(alg);
-  asn1::assign(digest, asn1::digest_info(asn1::oid{blob_t{algorithm->size, algorithm->data}},
-                                         asn1::view(digest)));
+  asn1::assign_public(digest, asn1::digest_info(asn1::oid{blob_t{algorithm->size, algorithm->data}},
+                                                asn1::view(digest)));
 }
 
 bool asn_read_alg_from_digest(asn_algorid_t* alg, const std::string& digest_info) {

@@ -347,6 +347,21 @@ void assign(std::string& out, const Part& part) {
   out = std::move(der);
 }
 
+// The same by way of the stack, without a new string, for a part that is mostly small and no
+// secret.
+template <class Part>
+void assign_public(std::string& out, const Part& part) {
+  unsigned char small[128];
+  const unsigned size = size32_(part.size());
+  if (size > sizeof small) {
+    assign(out, part);
+    return;
+  }
+  room_t room(small, size);
+  part.write({room.begin(), &room});
+  out.assign(reinterpret_cast<const char*>(small), size);
+}
+
 }  // namespace asn1
 
 #endif
