@@ -614,12 +614,14 @@ bool printable_to_asn_dn(const char* dn, std::string& der, oid_map_handle_t map)
     if (type.size == 0 || !read_value(attribute, splitter.value_classes(), scratch, value)) {
       return false;
     }
-    const auto pair = sequence{oid{type}, primitive{value.tag, view(value.content)}};
+    const auto pair = [&] {
+      return sequence{oid{type}, primitive{value.tag, view(value.content)}};
+    };
     if (rdn.len == 0 && !splitter.joins_next()) {
-      append_one_of_many(name, set{pair});  // Q26: in text order
+      append_one_of_many(name, set{pair()});  // Q26: in text order
       continue;
     }
-    append_one_of_many(rdn, pair);  // Q39: in text order
+    append_one_of_many(rdn, pair());  // Q39: in text order
     if (!splitter.joins_next()) {
       append_one_of_many(name, encoded{{rdn.encoded_size(), rdn.encoded()}});
       rdn.reset(asn_tag_t::SET);

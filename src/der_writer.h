@@ -53,7 +53,8 @@ namespace asn1 {
 
 // ---- Where parts are written ----
 
-// Room for all parts: memory, or the end of a string that will be longer by them.
+// Room for all parts: memory, or the end of a string that will be longer by them. What writes to it
+// takes the place of its first byte and returns the place after its last.
 class room_t {
  public:
   room_t(unsigned char* begin, unsigned size) : begin_(begin), end_(begin + size) {}
@@ -66,11 +67,20 @@ class room_t {
 
   unsigned char* begin() const { return begin_; }
 
-  // Makes the `count` bytes at `p` writable.
-  void reach(const unsigned char* p, std::size_t count) {
-    if (static_cast<std::size_t>(end_ - p) < count) {
-      lengthen_string(count);
+  unsigned char* put(unsigned char* p, const unsigned char* octets, unsigned count) {
+    if (count != 0) {
+      reach(p, count);
+      std::memcpy(p, octets, count);
     }
+    return p + count;
+  }
+
+  unsigned char* put_header(unsigned char* p, unsigned char identifier, std::uint64_t content) {
+    if (content >= 0x80) {
+      return put_long_header(p, identifier, static_cast<unsigned>(content));
+    }
+    reach(p, 2);
+    return asn_put_header_(identifier, static_cast<unsigned char>(content), p);
   }
 
  private:
@@ -78,10 +88,24 @@ class room_t {
   // little, so that the processor's cache still holds them when they are overwritten.
   static constexpr std::size_t step = 1U << 14;
 
+  // Makes the `count` bytes at `p` writable.
+  void reach(const unsigned char* p, std::size_t count) {
+    if (static_cast<std::size_t>(end_ - p) < count) {
+      lengthen_string(count);
+    }
+  }
+
   __attribute__((noinline)) void lengthen_string(std::size_t count) {
     const std::size_t size = s_->size();
     s_->resize(std::min(final_size_, size + count + step));
     end_ += s_->size() - size;
+  }
+
+  __attribute__((noinline)) unsigned char* put_long_header(unsigned char* p,
+                                                           unsigned char identifier,
+                                                           unsigned content) {
+    reach(p, asn_header_size_(content));
+    return asn_put_header_(identifier, content, p);
   }
 
   unsigned char* begin_;
@@ -90,33 +114,6 @@ class room_t {
   std::size_t final_size_ = 0;
 };
 
-// Takes octets and gives the place after them.
-struct place_t {
-  unsigned char* next;
-  room_t* room;
-};
-
-inline place_t put(place_t p, const unsigned char* octets, unsigned count) {
-  if (count != 0) {
-    p.room->reach(p.next, count);
-    std::memcpy(p.next, octets, count);
-  }
-  return {p.next + count, p.room};
-}
-
-__attribute__((noinline)) inline place_t put_long_header(place_t p, unsigned char identifier,
-                                                         unsigned content) {
-  p.room->reach(p.next, asn_header_size_(content));
-  return {asn_put_header_(identifier, content, p.next), p.room};
-}
-inline place_t put_header(place_t p, unsigned char identifier, std::uint64_t content) {
-  if (content >= 0x80) {
-    return put_long_header(p, identifier, static_cast<unsigned>(content));
-  }
-  p.room->reach(p.next, 2);
-  return {asn_put_header_(identifier, static_cast<unsigned char>(content), p.next), p.room};
-}
-
 // ---- Parts ----
 
 // Complete elements, as they are.
@@ -124,7 +121,9 @@ class encoded {
  public:
   encoded(const blob_t& elements) : elements_(elements) {}
   std::uint64_t size() const { return elements_.size; }
-  place_t write(place_t p) const { return put(p, elements_.data, elements_.size); }
+  unsigned char* write(unsigned char* p, room_t& room) const {
+    return room.put(p, elements_.data, elements_.size);
+  }
 
  private:
   blob_t elements_;
@@ -136,7 +135,9 @@ struct header {
   std::uint64_t content;
 
   std::uint64_t size() const { return asn_header_size_(content); }
-  place_t write(place_t p) const { return put_header(p, identifier, content); }
+  unsigned char* write(unsigned char* p, room_t& room) const {
+    return room.put_header(p, identifier, content);
+  }
 };
 
 // An element of octets.
@@ -145,8 +146,8 @@ struct primitive {
   blob_t octets;
 
   std::uint64_t size() const { return asn_header_size_(octets.size) + std::uint64_t{octets.size}; }
-  place_t write(place_t p) const {
-    return put(put_header(p, identifier, octets.size), octets.data, octets.size);
+  unsigned char* write(unsigned char* p, room_t& room) const {
+    return room.put(room.put_header(p, identifier, octets.size), octets.data, octets.size);
   }
 };
 
@@ -156,7 +157,7 @@ struct named {
   const Part& part;
 
   std::uint64_t size() const { return part.size(); }
-  place_t write(place_t p) const { return part.write(p); }
+  unsigned char* write(unsigned char* p, room_t& room) const { return part.write(p, room); }
 };
 template <class Part>
 named(const Part&) -> named<Part>;
@@ -173,7 +174,7 @@ struct row<A> {
   std::uint64_t total = a.size();
 
   std::uint64_t size() const { return total; }
-  place_t write(place_t p) const { return a.write(p); }
+  unsigned char* write(unsigned char* p, room_t& room) const { return a.write(p, room); }
 };
 template <class A, class B>
 struct row<A, B> {
@@ -182,7 +183,9 @@ struct row<A, B> {
   std::uint64_t total = a.size() + b.size();
 
   std::uint64_t size() const { return total; }
-  place_t write(place_t p) const { return b.write(a.write(p)); }
+  unsigned char* write(unsigned char* p, room_t& room) const {
+    return b.write(a.write(p, room), room);
+  }
 };
 template <class A, class B, class C>
 struct row<A, B, C> {
@@ -192,15 +195,17 @@ struct row<A, B, C> {
   std::uint64_t total = a.size() + b.size() + c.size();
 
   std::uint64_t size() const { return total; }
-  place_t write(place_t p) const { return c.write(b.write(a.write(p))); }
+  unsigned char* write(unsigned char* p, room_t& room) const {
+    return c.write(b.write(a.write(p, room), room), room);
+  }
 };
 
 // An element of other parts.
 template <unsigned char identifier, class... Parts>
 struct element_t : row<Parts...> {
   std::uint64_t size() const { return asn_header_size_(this->total) + this->total; }
-  place_t write(place_t p) const {
-    return row<Parts...>::write(put_header(p, identifier, this->total));
+  unsigned char* write(unsigned char* p, room_t& room) const {
+    return row<Parts...>::write(room.put_header(p, identifier, this->total), room);
   }
 };
 
@@ -240,7 +245,7 @@ class table_t {
  public:
   table_t(const unsigned char (&octets)[N]) : octets_(octets) {}
   std::uint64_t size() const { return N; }
-  place_t write(place_t p) const { return put(p, octets_, N); }
+  unsigned char* write(unsigned char* p, room_t& room) const { return room.put(p, octets_, N); }
 
  private:
   const unsigned char (&octets_)[N];
@@ -254,14 +259,18 @@ oid(blob_t)->oid<encoded>;
 
 struct null {
   static std::uint64_t size() { return 2; }
-  static place_t write(place_t p) { return put_header(p, asn_tag_t::NULL_TAG, 0); }
+  static unsigned char* write(unsigned char* p, room_t& room) {
+    return room.put_header(p, asn_tag_t::NULL_TAG, 0);
+  }
 };
 
 class number_t {
  public:
   number_t(unsigned value) : content_(integer_octets_(value)) {}
   std::uint64_t size() const { return content_.size; }
-  place_t write(place_t p) const { return put(p, content_.octets, content_.size); }
+  unsigned char* write(unsigned char* p, room_t& room) const {
+    return room.put(p, content_.octets, content_.size);
+  }
 
  private:
   integer_octets_t content_;
@@ -275,7 +284,9 @@ struct optional {
   Part part;
 
   std::uint64_t size() const { return present ? part.size() : 0; }
-  place_t write(place_t p) const { return present ? part.write(p) : p; }
+  unsigned char* write(unsigned char* p, room_t& room) const {
+    return present ? part.write(p, room) : p;
+  }
 };
 template <class Part>
 optional(bool, Part) -> optional<Part>;
@@ -289,9 +300,9 @@ struct each {
   std::uint64_t total = sum();
 
   std::uint64_t size() const { return total; }
-  place_t write(place_t p) const {
+  unsigned char* write(unsigned char* p, room_t& room) const {
     for (const auto& member : list) {
-      p = to_part(member).write(p);
+      p = to_part(member).write(p, room);
     }
     return p;
   }
@@ -317,7 +328,7 @@ template <unsigned N, class Part>
 void append(asn_tag_t_<N>& parent, const Part& part) {
   const unsigned size = size32_(part.size());
   room_t room(parent.append_room(size), size);
-  part.write({room.begin(), &room});
+  part.write(room.begin(), room);
 }
 
 // The same to a parent that may get any number of parts: room at least doubles when it grows, which
@@ -336,7 +347,7 @@ void append_one_of_many(asn_tag_t_<N>& parent, const Part& part) {
 template <class Part>
 void append(std::string& out, const Part& part) {
   room_t room(out, size32_(part.size()));
-  part.write({room.begin(), &room});
+  part.write(room.begin(), room);
 }
 
 // Replaces a string, which may hold what the part shows.
@@ -358,7 +369,7 @@ void assign_public(std::string& out, const Part& part) {
     return;
   }
   room_t room(small, size);
-  part.write({room.begin(), &room});
+  part.write(room.begin(), room);
   out.assign(reinterpret_cast<const char*>(small), size);
 }
 
