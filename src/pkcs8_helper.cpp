@@ -170,13 +170,14 @@ bool asn_read_pkcs8_pki_gost(const unsigned char* der, unsigned len, pkcs8_pki_g
   return false;
 }
 
+// Q45: the same digest set for every kind, and the octets in a second OCTET STRING.
 void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string& out) {
   const gost_kind_t kind = find_kind(in.key_alg);
-  assign(out, sequence{integer{0},
-                       sequence{oid{kind.algorithm},
-                                sequence{oid{kind.param_set},  // Q45: the other for every kind
-                                         oid{g_id_GostR3411_94_CryptoProParamSet}}},
-                       octet_string{octet_string{in.private_key}}});  // Q45
+  assign(out,
+         sequence{integer{0},
+                  sequence{oid{kind.algorithm},
+                           sequence{oid{kind.param_set}, oid{g_id_GostR3411_94_CryptoProParamSet}}},
+                  octet_string{octet_string{in.private_key}}});
 }
 
 // ---- EncryptedPrivateKeyInfo ----
