@@ -366,6 +366,8 @@ std::string usage_fault(const CLI::App& app, const CLI::ParseError& error) {
 
 }  // namespace
 
+// ---- The command ----
+
 bool run_command_line(int argc, char** argv) {
   CLI::App app("Names, object identifiers, certificates and key containers in DER.", "pkider");
   app.set_version_flag("--version", "pkider " PKIDER_VERSION);

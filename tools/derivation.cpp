@@ -9,6 +9,7 @@
 #include <chrono>
 #include <cstring>
 #include <iterator>
+#include <string>
 #include <utility>
 
 #include "messages.h"

@@ -3,6 +3,7 @@
 #ifndef PKIDER_TOOLS_OPENED_CONTAINER_H
 #define PKIDER_TOOLS_OPENED_CONTAINER_H
 
+#include <cstdint>
 #include <string>
 
 #include "container.h"
