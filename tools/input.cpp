@@ -3,6 +3,7 @@
 #include "input.h"
 
 #include <gpg-error.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -35,8 +36,16 @@ struct file_closer_t {
   }
 };
 
+// Of a regular file; memory that grows instead would be copied and wiped again and again.
+std::size_t expected_size(std::FILE* stream) {
+  struct stat status = {};
+  const bool known = fstat(fileno(stream), &status) == 0 && S_ISREG(status.st_mode);
+  return known ? std::min(static_cast<std::size_t>(status.st_size), max_input_mib << 20) : 0;
+}
+
 std::string read_stream(const std::string& file, std::FILE* stream) {
   std::string content;
+  content.reserve(expected_size(stream));
   char chunk[65536];
   std::size_t count = 0;
   while ((count = std::fread(chunk, 1, sizeof chunk, stream)) != 0) {
@@ -157,11 +166,10 @@ class pem_reader_t {
 
   // Headers stand on the lines before an empty one (RFC 1421, 4.4): "DEK-Info: AES-256-CBC,01..."
   static std::string_view without_headers(std::string_view body, input_block_t& block) {
-    const std::size_t last_colon = body.rfind(':');
-    if (last_colon == std::string_view::npos) {
+    if (body.find(':') == std::string_view::npos) {
       return body;
     }
-    const std::size_t end = std::min(body.find('\n', last_colon), body.size());
+    const std::size_t end = std::min(body.find('\n', body.rfind(':')), body.size());
     block.encrypted = body.substr(0, end).find("ENCRYPTED") != std::string_view::npos;
     return body.substr(end);
   }
