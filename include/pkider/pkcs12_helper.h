@@ -2,9 +2,9 @@
 // certificate, and the MAC.
 //
 // The library does no cryptography. The caller derives a class from pbe_crypto_t that verifies and
-// computes the MAC, decrypts and encrypts, and holds the password. Both functions are synchronous,
-// call that object on the caller's thread, and keep no pointer to it. They may run on any number of
-// threads at once, each over its own model and object.
+// computes the MAC, decrypts and encrypts, and holds the password. asn_read_pkcs12_easy and
+// asn_write_pkcs12_easy call that object on the caller's thread before they return, and keep no
+// pointer to it. They may run on any number of threads at once, each over its own model and object.
 
 #ifndef PKIDER_PKCS12_HELPER_H
 #define PKIDER_PKCS12_HELPER_H
