@@ -6,8 +6,8 @@
 // it belongs: to the end of a string or of an element under construction.
 //
 // An expression copies no octets: what its parts show must live until it is written. Braces make
-// every part where it stays. A part with a name of its own would be copied into the next; named{}
-// only refers to it.
+// every part where it stays. A part that has a name would be copied into the next; named{} only
+// refers to it.
 //
 // A part is whatever has a size() of 64 bits and a write() of so many bytes. Sizes past 32 bits are
 // refused with std::bad_alloc before anything is written.
@@ -116,7 +116,7 @@ class room_t {
 
 // ---- Parts ----
 
-// Complete elements, as they are.
+// Octets as they are: complete elements, or the content of one.
 class encoded {
  public:
   encoded(const blob_t& elements) : elements_(elements) {}
@@ -162,7 +162,7 @@ struct named {
 template <class Part>
 named(const Part&) -> named<Part>;
 
-// Up to three parts in a row.
+// Up to three parts in a row. One template for each number, as members cannot be a pack.
 template <class... Parts>
 struct row;
 template <class... Parts>
