@@ -20,7 +20,7 @@ using read_parameters_t = bool (*)(asn_iter_t parameters, encryption_t& out);
 struct cipher_t {
   std::string_view oid;
   const char* name;
-  gcry_cipher_algos algorithm;  // GCRY_CIPHER_NONE when libgcrypt has none
+  gcry_cipher_algos algorithm;
   gcry_cipher_modes mode;
   unsigned key_size;
   unsigned iv_size;
@@ -55,7 +55,6 @@ bool read_gost_parameters(asn_iter_t parameters, encryption_t& out) {
   return true;
 }
 
-constexpr auto none = GCRY_CIPHER_NONE;
 constexpr auto cbc = GCRY_CIPHER_MODE_CBC;
 constexpr auto cfb = GCRY_CIPHER_MODE_CFB;
 constexpr auto stream = GCRY_CIPHER_MODE_STREAM;
@@ -71,15 +70,10 @@ constexpr cipher_t ciphers[] = {
     {"1.2.840.113549.3.7",           "3DES-CBC",               GCRY_CIPHER_3DES,            cbc, 24,  8, read_iv},
     {"1.3.14.3.2.7",                 "DES-CBC",                GCRY_CIPHER_DES,             cbc,  8,  8, read_iv},
     {"1.2.840.113549.3.2",           "RC2-CBC",                GCRY_CIPHER_RFC2268_128,     cbc, 16,  8, read_rc2_parameters},
+    {"1.2.840.113549.3.2",           "RC2-64-CBC",             GCRY_CIPHER_RFC2268_128,     cbc,  8,  8, read_rc2_parameters},
+    {"1.2.840.113549.3.2",           "RC2-40-CBC",             GCRY_CIPHER_RFC2268_40,      cbc,  5,  8, read_rc2_parameters},
     {"1.2.643.2.2.21",               "GOST 28147-89 CFB",      GCRY_CIPHER_GOST28147_MESH,  cfb, 32,  8, read_gost_parameters},
-    {"1.2.643.7.1.1.5.1.1",          "Magma CTR-ACPKM",        none, cfb, 0, 0, read_iv},
-    {"1.2.643.7.1.1.5.1.2",          "Magma CTR-ACPKM-OMAC",   none, cfb, 0, 0, read_iv},
-    {"1.2.643.7.1.1.5.2.1",          "Kuznyechik CTR-ACPKM",   none, cfb, 0, 0, read_iv},
-    {"1.2.643.7.1.1.5.2.2",          "Kuznyechik CTR-ACPKM-OMAC", none, cfb, 0, 0, read_iv},
-    {"2.16.840.1.101.3.4.1.6",       "AES-128-GCM",            none, cfb, 0, 0, read_iv},
-    {"2.16.840.1.101.3.4.1.46",      "AES-256-GCM",            none, cfb, 0, 0, read_iv},
 };
-constexpr cipher_t rc2_40 =          {"", "RC2-40-CBC",        GCRY_CIPHER_RFC2268_40,      cbc,  5,  8, read_rc2_parameters};
 
 // ---- Schemes that name hash and cipher in one (PKCS#12's own, PBES1) ----
 
@@ -115,29 +109,9 @@ std::string not_had(const std::string& name) {
   return "with " + name + ", which this command does not have";
 }
 
-struct named_algorithm_t {
-  std::string_view oid;
-  const char* name;
-};
-
-// Those that are met, and that the command does not have.
-constexpr named_algorithm_t other_algorithms[] = {
-    {"1.2.840.113549.1.5.1", "PBES1 with MD2 and DES"},
-    {"1.2.840.113549.1.5.4", "PBES1 with MD2 and RC2"},
-    {"1.2.840.113549.1.5.6", "PBES1 with MD5 and RC2"},
-    {"1.2.840.113549.1.5.11", "PBES1 with SHA-1 and RC2"},
-    {"1.3.6.1.4.1.11591.4.11", "scrypt"},
-    {"1.3.6.1.4.1.3029.1.2", "Blowfish-CBC"},
-    {"1.2.410.200004.1.4", "SEED-CBC"},
-};
-
 std::string name_of(const std::string& oid) {
-  for (const named_algorithm_t& other : other_algorithms) {
-    if (other.oid == oid) {
-      return other.name;
-    }
-  }
-  return "the algorithm " + oid;
+  const std::string_view name = known_oid_name(oid);
+  return name.empty() ? "the algorithm " + oid : std::string(name);
 }
 
 bool read_count(asn_iter_t& cur, unsigned& count) {
@@ -178,15 +152,16 @@ void read_fixed_scheme(const fixed_scheme_t& scheme, asn_iter_t parameters, encr
   }
 }
 
+// The one of the stated key size, in bytes, or else the first with this OID; null when there is
+// none.
 const cipher_t* find_cipher(const std::string& oid, unsigned stated_size) {
+  const cipher_t* found = nullptr;
   for (const cipher_t& cipher : ciphers) {
-    if (cipher.oid == oid) {
-      const bool short_rc2 =
-          cipher.algorithm == GCRY_CIPHER_RFC2268_128 && stated_size == rc2_40.key_size;
-      return short_rc2 ? &rc2_40 : &cipher;
+    if (cipher.oid == oid && (found == nullptr || cipher.key_size == stated_size)) {
+      found = &cipher;
     }
   }
-  return nullptr;
+  return found;
 }
 
 // PBES2-params ::= SEQUENCE { keyDerivationFunc, encryptionScheme }
@@ -219,7 +194,7 @@ void read_pbes2(asn_iter_t parameters, encryption_t& out) {
   }
   out.text += std::string(": PBKDF2 with HMAC-") + out.key.hash->name + ", " + cipher_name + ", " +
               rounds_text(out.key.iterations);
-  if (cipher == nullptr || cipher->algorithm == none) {
+  if (cipher == nullptr) {
     out.why_not = not_had(cipher_name);
   } else if (!cipher->read_parameters(rest, out) || out.given_iv.size != cipher->iv_size) {
     out.why_not = malformed;
