@@ -206,7 +206,7 @@ void for_each_object(const std::string& file, const std::vector<kind_t>& kinds,
                                   what_it_is(*passed_over.front()));
   }
   for (const input_block_t* block : passed_over) {
-    note(file + line_text(*block) + ": passed over " + what_it_is(*block));
+    note(file + line_text(*block), "passed over " + what_it_is(*block));
   }
 }
 

@@ -10,6 +10,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "gost_pbe.h"
@@ -63,6 +64,12 @@ std::string check_not_standard_output(const std::string& file) {
 
 CLI::Validator validator(check_t check) {
   return {check, ""};
+}
+
+// What a verb is about, and always needs.
+template <class Value>
+void add_argument(CLI::App& verb, const char* name, Value& value, const char* text) {
+  verb.add_option(name, value, text)->required()->type_name("");
 }
 
 // Adds --PREFIXpassword-file and --PREFIXpassword-env. `whose` completes "the password of".
@@ -120,9 +127,11 @@ void add_common_options(CLI::App& app) {
     add_common_options(*verb);
   }
   if (verbs.empty()) {
-    app.add_option("--config", config_files(), "Extend the OID map by the lines of this file")
+    app.add_option("--config", config_files(),
+                   "Extend the OID map by the lines of this file; may be given several times")
         ->type_name("FILE")
-        ->allow_extra_args(false);
+        ->expected(1)
+        ->take_all();
     app.add_flag("--json", json_output(), "Write an object of JSON a line, errors too");
   }
 }
@@ -137,20 +146,18 @@ void add_name(CLI::App& app) {
   verb.add_flag("--issuer", options->issuer,
                 "Show subject and issuer, as far as there are both, on a line each");
   verb.add_flag("--reverse", options->reverse, "Write the last part of a name first");
-  verb.add_option(
-          "FILE", options->files,
-          "Certificates, requests, CRLs or PKCS#7 bundles, in PEM or DER; - is standard input")
-      ->required();
+  add_argument(
+      verb, "FILE", options->files,
+      "Certificates, requests, CRLs or PKCS#7 bundles, in PEM or DER; - is standard input");
   verb.callback([options] { show_names(*options); });
 }
 
 void add_dn(CLI::App& app) {
   const auto options = std::make_shared<dn_options_t>();
   CLI::App& verb = *app.add_subcommand("dn", "Show the normal form of a printable name");
-  verb.add_option(
-          "TEXT", options->text,
-          "A name, such as C=RU,O=Org+OU=Dev,CN=User1; - is one on each line of standard input")
-      ->required();
+  add_argument(
+      verb, "TEXT", options->text,
+      "A name, such as C=RU,O=Org+OU=Dev,CN=User1; - is one on each line of standard input");
   verb.add_flag("--der", options->der, "Show its DER too, in hexadecimal on a second line");
   verb.callback([options] { normalize_names(*options); });
 }
@@ -158,9 +165,8 @@ void add_dn(CLI::App& app) {
 void add_oid(CLI::App& app) {
   const auto options = std::make_shared<oid_options_t>();
   CLI::App& verb = *app.add_subcommand("oid", "Show object identifiers as text, DER and names");
-  verb.add_option("OID", options->oids,
-                  "Dotted text, hexadecimal DER, or a name (quote those with blanks)")
-      ->required();
+  add_argument(verb, "OID", options->oids,
+               "Dotted text, hexadecimal DER, or a name (quote those with blanks)");
   verb.callback([options] { show_oids(*options); });
 }
 
@@ -173,9 +179,8 @@ void add_cert(CLI::App& app) {
   verb.add_option("--check-end", options->days, "Fail when a certificate ends within so many days")
       ->check(CLI::Range(0, max_days).description(""))
       ->type_name("DAYS");
-  verb.add_option("FILE", options->files,
-                  "Certificates or PKCS#7 bundles, in PEM or DER; - is standard input")
-      ->required();
+  add_argument(verb, "FILE", options->files,
+               "Certificates or PKCS#7 bundles, in PEM or DER; - is standard input");
   verb.callback([options] { show_certificates(*options); });
 }
 
@@ -183,8 +188,7 @@ void add_dump(CLI::App& app) {
   const auto options = std::make_shared<dump_options_t>();
   CLI::App& verb = *app.add_subcommand(
       "dump", "Show the tree of any DER: offset, header and content length, type and value");
-  verb.add_option("FILE", options->files, "Anything in PEM or DER; - is standard input")
-      ->required();
+  add_argument(verb, "FILE", options->files, "Anything in PEM or DER; - is standard input");
   verb.callback([options] { dump_files(*options); });
 }
 
@@ -194,7 +198,7 @@ void add_container_options(CLI::App& verb, p12_options_t& options) {
       "and\n"
       "encrypted by PBES2 with AES, Camellia, 3DES, RC2 or GOST 28147-89, or by PKCS#12's own "
       "schemes.");
-  verb.add_option("FILE", options.file, "A PKCS#12 file; - is standard input")->required();
+  add_argument(verb, "FILE", options.file, "A PKCS#12 file; - is standard input");
   add_opening_options(verb, options.opening, "", "the container");
 }
 
@@ -276,7 +280,7 @@ void add_p12(CLI::App& app) {
 void add_key_show(CLI::App& key) {
   const auto options = std::make_shared<key_show_options_t>();
   CLI::App& verb = *key.add_subcommand("show", "Show a key's algorithm, parameter sets and size");
-  verb.add_option("FILE", options->file, "PKCS#8 keys, plain or encrypted, PEM or DER")->required();
+  add_argument(verb, "FILE", options->file, "PKCS#8 keys, plain or encrypted, PEM or DER");
   add_opening_options(verb, options->opening, "", "encrypted keys");
   verb.add_flag("--reveal", options->reveal,
                 "Show the key's octets too: GOST keys least significant first, others as stored");
@@ -386,6 +390,7 @@ bool run_command_line(int argc, char** argv) {
   } catch (const CLI::Success& e) {
     app.exit(e);
   } catch (const CLI::ParseError& e) {
+    json_output() = std::find(argv, argv + argc, std::string_view("--json")) != argv + argc;
     report(usage_fault(app, e));
     return false;
   }

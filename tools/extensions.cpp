@@ -256,7 +256,7 @@ std::string key_time_text(asn_iter_t& cur) {
   if (!read_asn_time(string_text(cur), false, time)) {
     throw malformed_t();
   }
-  return (from ? "from " : "to ") + time_text(time);
+  return (from ? "from " : "to ") + (json_output() ? iso_time_text(time) : time_text(time));
 }
 
 list_t key_period(asn_iter_t cur) {

@@ -13,9 +13,16 @@ namespace {
 bool reported = false;
 bool progress_shown = false;
 
-void print_message(const record_t& record, const std::string& message) {
+// `kind` is the name of the message in JSON.
+void print_message(const char* kind, const std::string& file, const std::string& message) {
+  record_t record;
+  if (!file.empty()) {
+    record.add("input", file);
+  }
+  record.add(kind, message);
+  const std::string text = "pkider: " + (file.empty() ? "" : file + ": ") + message;
   show_progress("");
-  std::cerr << (json_output() ? json_line(record) : "pkider: " + printable(message)) + '\n';
+  std::cerr << (json_output() ? json_line(record) : printable(text)) + '\n';
 }
 
 }  // namespace
@@ -27,20 +34,13 @@ void show_progress(const std::string& line) {
   }
 }
 
-void note(const std::string& message) {
-  record_t record;
-  record.add("note", message);
-  print_message(record, message);
+void note(const std::string& file, const std::string& text) {
+  print_message("note", file, text);
 }
 
 void report(const std::string& file, const std::string& wrong) {
   reported = true;
-  record_t record;
-  if (!file.empty()) {
-    record.add("input", file);
-  }
-  record.add("error", wrong);
-  print_message(record, file.empty() ? wrong : file + ": " + wrong);
+  print_message("error", file, wrong);
 }
 
 void report(const std::string& message) {

@@ -31,8 +31,8 @@ void report(const std::string& file, const std::string& wrong);
 void report(const std::string& message);
 bool anything_reported();
 
-// Writes a message in the same way about what is no fault.
-void note(const std::string& message);
+// Writes "pkider: FILE: TEXT" in the same way, about what is no fault.
+void note(const std::string& file, const std::string& text);
 
 // Shows a line on standard error that stays until a message or a record is written; "" ends it.
 void show_progress(const std::string& line);

@@ -8,6 +8,7 @@
 #include <pkider/asn_tag.h>
 
 #include "input.h"
+#include "kind.h"
 #include "messages.h"
 #include "text.h"
 
@@ -18,9 +19,12 @@ std::string read_container(const std::string& file) {
   }
   const std::vector<input_block_t> blocks = split_input(file, content);
   const auto container = std::find_if(blocks.begin(), blocks.end(), [](const input_block_t& block) {
-    return block.label == "PKCS12";
+    return block.label == "PKCS12" || kind_of(block) == kind_t::pkcs12;
   });
-  return container == blocks.end() ? blocks.front().der : container->der;
+  if (container == blocks.end()) {
+    throw input_error_t(file, "not a PKCS#12 file, but " + what_it_is(blocks.front()));
+  }
+  return container->der;
 }
 
 void open_container(const p12_options_t& options, opened_t& out) {

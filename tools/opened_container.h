@@ -11,8 +11,8 @@
 #include "secure_memory.h"
 #include "verbs.h"
 
-// DER or BER, or a PEM block as certtool writes it; another one where there is none, to tell what
-// it is. Throws input_error_t.
+// DER or BER as it stands in the file, or the first container in PEM, as certtool writes it. Throws
+// input_error_t when there is none.
 std::string read_container(const std::string& file);
 
 // A container whose MAC was checked, with what goes on with its password.

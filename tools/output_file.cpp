@@ -186,7 +186,7 @@ void write_output(const output_file_t& output, bool overwrite, bool sync) {
   }
   old ? file.replace() : file.name();
   if (old && output.mode == private_mode && (old->st_mode & (S_IRWXG | S_IRWXO)) != 0) {
-    note(output.name + ": its mode, which was kept, is not for its owner alone");
+    note(output.name, "its mode, which was kept, is not for its owner alone");
   }
 }
 

@@ -43,7 +43,7 @@ std::vector<key_file_t> read_key_blocks(const std::string& file) {
   }
   for (const input_block_t& block : blocks) {
     if (is_key_of_other_form(block)) {
-      note(file + ": passed over " + what_it_is(block));
+      note(file, "passed over " + what_it_is(block));
     }
   }
   return keys;

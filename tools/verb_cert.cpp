@@ -75,7 +75,7 @@ void try_field(record_t& record, const char* name, const std::function<void()>& 
     add();
   } catch (const input_error_t& e) {
     record.add(name, "unreadable");
-    report(e.what());
+    report(e.file(), e.wrong());
   }
 }
 

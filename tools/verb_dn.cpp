@@ -106,7 +106,7 @@ void run(const std::string& where, const std::string& text, bool with_der) {
     throw input_error_t(where + text, "malformed value after \"" + normal + '"');
   }
   if (const std::string meant = suggestion(text); !meant.empty()) {
-    note(where + text + ": a value begins with a blank" + meant);
+    note(where + text, "a value begins with a blank" + meant);
   }
   record_t record;
   record.add("input", text);

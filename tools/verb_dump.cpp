@@ -141,9 +141,11 @@ std::string bytes_text(const blob_t& content) {
   return whole ? text : text + "... (" + std::to_string(content.size) + " bytes)";
 }
 
-std::string in_quotes(const std::string& text) {
+// In quotes, but for JSON, which has its own. No more than the first bytes either.
+std::string string_text(const std::string& text) {
+  const std::string quote = json_output() ? "" : "\"";
   const bool whole = text.size() <= max_shown_text;
-  return '"' + text.substr(0, max_shown_text) + (whole ? "\"" : "\"...");
+  return quote + text.substr(0, max_shown_text) + quote + (whole ? "" : "...");
 }
 
 std::string integer_text(const blob_t& content) {
@@ -175,22 +177,24 @@ const std::string& oid_text(const blob_t& content) {
 std::string time_value_text(const blob_t& content, bool two_digits) {
   asn_time_t time;
   const std::string given = to_string(content);
-  return read_asn_time(given, two_digits, time) && time.exists ? time_text(time)
-                                                               : in_quotes(given) + " (no time)";
+  if (!read_asn_time(given, two_digits, time) || !time.exists) {
+    return string_text(given) + " (no time)";
+  }
+  return json_output() ? iso_time_text(time) : time_text(time);
 }
 
 std::string wide_text(const blob_t& content, codepage_t codepage) {
   const CodepageConverter converter(codepage, CODEPAGE_UTF8);
   std::string text(converter.output_size(content.data, content.size), '\0');
   converter.convert(content.data, content.size, text.data(), size32(text));
-  return text.empty() ? bytes_text(content) : in_quotes(text);
+  return text.empty() ? bytes_text(content) : string_text(text);
 }
 
 std::string t61_text(const blob_t& content) {
   std::string text;
   const bool good =
       ldap_t61s_to_utf8s(reinterpret_cast<const char*>(content.data), content.size, text);
-  return good ? in_quotes(text) : bytes_text(content);
+  return good ? string_text(text) : bytes_text(content);
 }
 
 bool is_text(const blob_t& content) {
@@ -226,7 +230,7 @@ std::string universal_text(unsigned number, const blob_t& content) {
     case 19:
     case 22:
     case 26:
-      return in_quotes(to_string(content));
+      return string_text(to_string(content));
     case 20:
       return t61_text(content);
     case 23:
@@ -245,7 +249,7 @@ std::string value_text(const element_t& element, const blob_t& content) {
   if (element.is_universal()) {
     return universal_text(element.number, content);
   }
-  return is_text(content) ? in_quotes(to_string(content)) : bytes_text(content);
+  return is_text(content) ? string_text(to_string(content)) : bytes_text(content);
 }
 
 // ---- The tree ----

@@ -43,7 +43,7 @@ def entry(what, text):
     excluded = re.search(r" Excludes: (\S+)", what)
     words = re.sub(r" Excludes: \S+| REQUIRED", "", what).replace(" ...", "...")
     if what[0] != "-":
-        return f".TP\n.I {words.replace(' TEXT', '')}\n{troff(text)}."
+        return f".TP\n.I {words}\n{troff(text)}."
     words, _, default = words.replace(":N=", "=").partition("=")
     name, _, value = words.partition(" ")
     notes = [text + ".", f"{value} is {default} by default." if default else "",
