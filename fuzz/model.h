@@ -10,8 +10,6 @@
 #include <fstream>
 #include <list>
 #include <optional>
-#include <regex>
-#include <sstream>
 
 #include "laws.h"
 
@@ -42,21 +40,31 @@ inline bool all_of(std::string_view text, std::string_view set) {
 
 // Empty where the text is not an OID.
 inline std::string encode_oid(const std::string& text) {
-  std::istringstream in(text + '.');
   std::vector<std::uint32_t> arcs;
-  for (std::uint32_t arc = 0; in >> arc;) {
-    arcs.push_back(arc);
-    in.get();
+  std::uint64_t arc = 0;
+  bool digits = false;
+  for (const char c : text + '.') {
+    if (c == '.' && digits) {
+      arcs.push_back(static_cast<std::uint32_t>(arc));
+      arc = 0;
+      digits = false;
+      continue;
+    }
+    arc = arc * 10 + static_cast<unsigned char>(c) - '0';
+    if (c < '0' || c > '9' || arc > 0xFFFFFFFF) {
+      return "";
+    }
+    digits = true;
   }
-  if (!all_of(text, "0123456789.") || !in.eof() || arcs.size() < 2 || arcs[0] > 2) {
+  if (arcs.size() < 2 || arcs[0] > 2) {
     return "";
   }
   arcs[1] += arcs[0] * 40;
   std::string octets;
-  for (auto arc = arcs.begin() + 1; arc != arcs.end(); ++arc) {
-    std::string base128(1, static_cast<char>(*arc & 0x7F));
-    while ((*arc >>= 7) != 0) {
-      base128.insert(0, 1, static_cast<char>(*arc | 0x80));
+  for (auto next = arcs.begin() + 1; next != arcs.end(); ++next) {
+    std::string base128(1, static_cast<char>(*next & 0x7F));
+    while ((*next >>= 7) != 0) {
+      base128.insert(0, 1, static_cast<char>(*next | 0x80));
     }
     octets += base128;
   }
@@ -92,16 +100,45 @@ inline std::string upper(std::string text) {
   return text;
 }
 
-inline std::list<entry_t> parse_map(const std::string& text) {
-  static const std::regex line(
-      "(?:^|[\r\n])[ \t]*([0-9.]*)[ \t]*=[ \t]*([^ \t\r\n=,]*)"
-      "[ \t]*(?:,[ \t]*([^\r\n]*))?");
+constexpr char blanks[] = " \t";
+
+// Takes off `text` all that it begins with of the characters in `set`.
+inline std::string take_of(std::string_view& text, std::string_view set) {
+  const std::string taken(text.substr(0, text.find_first_not_of(set)));
+  text.remove_prefix(taken.size());
+  return taken;
+}
+
+// Takes off `text` what comes before the first of the characters in `set`.
+inline std::string take_until(std::string_view& text, std::string_view set) {
+  const std::string taken(text.substr(0, text.find_first_of(set)));
+  text.remove_prefix(taken.size());
+  return taken;
+}
+
+inline std::list<entry_t> parse_map(std::string_view text) {
   std::list<entry_t> entries;
-  for (std::sregex_iterator found(text.begin(), text.end(), line), end; found != end; ++found) {
-    const std::string oid = encode_oid(found->str(1));
-    if (!oid.empty()) {
-      entries.push_back({oid, found->str(1), upper(found->str(2)), found->str(3)});
+  while (!text.empty()) {
+    const std::string line = take_until(text, "\r\n");
+    text.remove_prefix(text.empty() ? 0 : 1);
+    std::string_view rest = line;
+    take_of(rest, blanks);
+    const std::string dotted = take_of(rest, "0123456789."), oid = encode_oid(dotted);
+    take_of(rest, blanks);
+    if (oid.empty() || rest.substr(0, 1) != "=") {
+      continue;
     }
+    rest.remove_prefix(1);
+    take_of(rest, blanks);
+    const std::string short_name = take_until(rest, " \t=,");
+    take_of(rest, blanks);
+    if (rest.substr(0, 1) == ",") {
+      rest.remove_prefix(1);
+      take_of(rest, blanks);
+    } else {
+      rest = "";
+    }
+    entries.push_back({oid, dotted, upper(short_name), std::string(rest)});
   }
   return entries;
 }

@@ -43,14 +43,19 @@ bool contains(const unsigned char* data, std::size_t size, const View& view) {
 
 // One DER element around `content`, with a minimal length.
 inline std::string der(unsigned char tag, const std::string& content) {
-  std::string length;
-  for (std::size_t rest = content.size(); rest != 0; rest >>= 8) {
-    length.insert(0, 1, static_cast<char>(rest & 0xFF));
+  const std::uint64_t size = content.size();
+  int octets = 1;
+  while (size >> 8 * octets != 0) {
+    ++octets;
   }
-  if (content.size() >= 0x80 || content.empty()) {
-    length.insert(0, 1, static_cast<char>(content.empty() ? 0 : 0x80 | length.size()));
+  std::string element(1, static_cast<char>(tag));
+  if (size >= 0x80) {
+    element += static_cast<char>(0x80 | octets);
   }
-  return static_cast<char>(tag) + length + content;
+  while (octets-- != 0) {
+    element += static_cast<char>(size >> 8 * octets);
+  }
+  return element + content;
 }
 
 // Bytes from pairs of hex digits, and tag(content) for an element whose length is worked out:
