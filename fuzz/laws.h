@@ -13,8 +13,8 @@
 // Each becomes the entry point of one fuzzer; replay.cpp runs them all.
 using harness_t = int(const std::uint8_t* data, std::size_t size);
 extern "C" {
-harness_t harness_containers, harness_elements, harness_keys, harness_name_to_text, harness_oids,
-    harness_peers, harness_t61, harness_text_to_name, harness_times;
+harness_t harness_command, harness_containers, harness_elements, harness_keys, harness_name_to_text,
+    harness_oids, harness_peers, harness_t61, harness_text_to_name, harness_times;
 }
 
 inline void law(bool holds) {

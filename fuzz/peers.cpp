@@ -31,15 +31,16 @@ std::shared_ptr<T> reread(const exact_t& input, const ASN1_ITEM* type) {
 }
 
 // What the library reads of an algorithm is its OID, and where there are parameters the rest. It
-// may misread an "other" type, of which the tag can have several bytes.
+// may misread parameters with a tag of several bytes, of which OpenSSL's types are others.
 bool check_algorithm(const X509_ALGOR* algorithm, bool read, const blob_t& oid) {
   const ASN1_OBJECT* object = nullptr;
   int type = 0;
   X509_ALGOR_get0(&object, &type, nullptr, algorithm);
-  law(bytes_of(oid) ==
-      std::string(OBJ_get0_data(object), OBJ_get0_data(object) + OBJ_length(object)));
-  law(type == V_ASN1_OTHER || read == (type != V_ASN1_UNDEF));
-  return read && type != V_ASN1_OTHER;
+  const unsigned char* const octets = OBJ_get0_data(object);
+  law(bytes_of(oid) == std::string(octets, octets + OBJ_length(object)));
+  const bool usual = type == V_ASN1_UNDEF || (type >= 0 && type < 0x1F);
+  law(!usual || read == (type != V_ASN1_UNDEF));
+  return usual && read;
 }
 
 void check_algorithms(const exact_t& input) {

@@ -22,6 +22,9 @@ constexpr struct {
   harness_t* run;
   std::size_t steering;  // bytes at the front that are not input to a reader
 } harnesses[] = {
+#ifdef HAVE_COMMAND
+    {"command", harness_command, 0},
+#endif
     {"containers", harness_containers, 0},
     {"elements", harness_elements, 4},
     {"keys", harness_keys, 0},

@@ -144,7 +144,7 @@ std::vector<input_block_t> certificates_in(const input_block_t& pkcs7) {
     asn1_read_tag_i_(asn_tag_t::CONTEXT_0, &data, &certificates);
   }
   std::vector<input_block_t> blocks;
-  while (certificates.len != 0) {
+  while (certificates.ptr != nullptr && certificates.len != 0) {
     const blob_t element = next_element(certificates);
     if (element.size == 0) {
       break;
