@@ -206,7 +206,7 @@ int harness_command(const std::uint8_t* data, std::size_t size) {
   for (const std::string& certificate : found) {
     joined += certificate;
   }
-  law(certificates_in(joined) == found);
+  law(found.empty() || certificates_in(joined) == found);
   bool authentic = false;
   open_container(input, authentic);
   look_at_key(view(input));
@@ -222,8 +222,8 @@ int harness_command(const std::uint8_t* data, std::size_t size) {
     const std::string object = make_object(pieces, certificates);
     file += make_block(object, pieces);
   }
-  law(certificates_in(file) == certificates);
-  if (form % 4 == 0) {
+  law(file.empty() || certificates_in(file) == certificates);
+  if (form % 4 == 0 && !certificates.empty()) {
     check_container(certificates, form / 8, form % 8 == 0);
   }
   return 0;

@@ -2,7 +2,8 @@
 // one of its bits, named on the way; then all files in many threads at once, of which each begins
 // elsewhere.
 //
-// With a number after the folder, damage is done at every so many-th byte only: for slow tools.
+// With a number after the folder, damage is done at every so many-th byte only: for slow tools. Slow
+// harnesses have such a number of their own.
 //
 // With a number instead of a folder: all inputs of up to two bytes, and every so many-th of three.
 
@@ -21,9 +22,10 @@ constexpr struct {
   const char* name;
   harness_t* run;
   std::size_t steering;  // bytes at the front that are not input to a reader
+  std::size_t damaged_step = 1;
 } harnesses[] = {
 #ifdef HAVE_COMMAND
-    {"command", harness_command, 0},
+    {"command", harness_command, 0, 16},
 #endif
     {"containers", harness_containers, 0},
     {"elements", harness_elements, 4},
@@ -56,7 +58,7 @@ void run_damaged(harness_t* harness, std::string bytes, std::size_t step) {
 
 // Every input of up to two bytes, and of three every `step`-th.
 void run_small(unsigned step) {
-  for (const auto& [name, harness, steering] : harnesses) {
+  for (const auto& [name, harness, steering, damaged_step] : harnesses) {
     for (unsigned size = 0; size <= 3; ++size) {
       for (unsigned n = 0; n >> 8 * size == 0; n += size == 3 ? step : 1) {
         std::string bytes(steering, '\0');
@@ -78,15 +80,15 @@ int main(int, char** argv) {
     return 0;
   }
   const std::filesystem::path corpus = argv[1];
-  const std::size_t damaged_step = argv[2] == nullptr ? 1 : std::stoul(argv[2]);
+  const std::size_t step = argv[2] == nullptr ? 1 : std::stoul(argv[2]);
   std::vector<std::pair<harness_t*, std::string>> inputs;
-  for (const auto& [name, harness, steering] : harnesses) {
+  for (const auto& [name, harness, steering, damaged_step] : harnesses) {
     for (const auto& file : std::filesystem::directory_iterator(corpus / name)) {
       std::cout << file.path().native() << std::endl;  // the last one shown is the culprit
       std::ifstream in(file.path(), std::ios::binary);
       const std::string bytes(std::istreambuf_iterator<char>(in), {});
       run(harness, bytes);
-      run_damaged(harness, bytes, damaged_step);
+      run_damaged(harness, bytes, step * damaged_step);
       inputs.emplace_back(harness, bytes);
     }
   }
