@@ -2,8 +2,8 @@
 // one of its bits, named on the way; then all files in many threads at once, of which each begins
 // elsewhere.
 //
-// With a number after the folder, damage is done at every so many-th byte only: for slow tools. Slow
-// harnesses have such a number of their own.
+// With a number after the folder, damage is done at every so many-th byte only: for slow tools.
+// Slow harnesses have such a number of their own.
 //
 // With a number instead of a folder: all inputs of up to two bytes, and every so many-th of three.
 
@@ -22,7 +22,7 @@ constexpr struct {
   const char* name;
   harness_t* run;
   std::size_t steering;  // bytes at the front that are not input to a reader
-  std::size_t damaged_step = 1;
+  unsigned slow = 1;     // how many damaged and small inputs it gets one of
 } harnesses[] = {
 #ifdef HAVE_COMMAND
     {"command", harness_command, 0, 16},
@@ -58,9 +58,9 @@ void run_damaged(harness_t* harness, std::string bytes, std::size_t step) {
 
 // Every input of up to two bytes, and of three every `step`-th.
 void run_small(unsigned step) {
-  for (const auto& [name, harness, steering, damaged_step] : harnesses) {
+  for (const auto& [name, harness, steering, slow] : harnesses) {
     for (unsigned size = 0; size <= 3; ++size) {
-      for (unsigned n = 0; n >> 8 * size == 0; n += size == 3 ? step : 1) {
+      for (unsigned n = 0; n >> 8 * size == 0; n += (size == 3 ? step : 1) * slow) {
         std::string bytes(steering, '\0');
         for (unsigned i = 0; i < size; ++i) {
           bytes += static_cast<char>(n >> 8 * i);
@@ -82,13 +82,13 @@ int main(int, char** argv) {
   const std::filesystem::path corpus = argv[1];
   const std::size_t step = argv[2] == nullptr ? 1 : std::stoul(argv[2]);
   std::vector<std::pair<harness_t*, std::string>> inputs;
-  for (const auto& [name, harness, steering, damaged_step] : harnesses) {
+  for (const auto& [name, harness, steering, slow] : harnesses) {
     for (const auto& file : std::filesystem::directory_iterator(corpus / name)) {
       std::cout << file.path().native() << std::endl;  // the last one shown is the culprit
       std::ifstream in(file.path(), std::ios::binary);
       const std::string bytes(std::istreambuf_iterator<char>(in), {});
       run(harness, bytes);
-      run_damaged(harness, bytes, step * damaged_step);
+      run_damaged(harness, bytes, step * slow);
       inputs.emplace_back(harness, bytes);
     }
   }
