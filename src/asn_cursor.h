@@ -37,15 +37,10 @@ inline asn1_header_t asn1_decode_header_(asn_tag_t::Type type, const unsigned ch
   return {2 + count, length};  // Q1: minimal or not
 }
 
-// Takes the next element, which must have the identifier `type`, off `cur`; its content is `out`.
-// On failure `cur` is unchanged and out->ptr null. Unlike asn1_read_tag it never accepts content
-// that ends beyond the cursor. `cur` and `out` must be two objects.
-//
-// Q3: readers take the elements they expect and never ask whether any bytes are left after them.
-inline bool asn1_read_tag_i_(asn_tag_t::Type type, asn_iter_t* cur, asn_iter_t* out) {
-  const asn1_header_t header = asn1_decode_header_(type, cur->ptr, cur->len);
+// Takes an element with this header off `cur`, if it fits.
+inline bool asn1_take_(const asn1_header_t& header, asn_iter_t* cur, asn_iter_t* out) {
   out->len = header.len;
-  if (header.size == 0 || header.len > cur->len - header.size) {
+  if (header.len > cur->len - header.size) {
     out->ptr = nullptr;
     return false;
   }
@@ -53,6 +48,23 @@ inline bool asn1_read_tag_i_(asn_tag_t::Type type, asn_iter_t* cur, asn_iter_t* 
   cur->ptr = out->ptr + header.len;
   cur->len -= header.size + header.len;
   return true;
+}
+
+// Takes the next element, which must have the identifier `type`, off `cur`; its content is `out`.
+// On failure `cur` is unchanged and out->ptr null. Unlike asn1_read_tag it never accepts content
+// that ends beyond the cursor. `cur` and `out` must be two objects.
+//
+// Q3: readers take the elements they expect and never ask whether any bytes are left after them.
+inline bool asn1_read_tag_i_(asn_tag_t::Type type, asn_iter_t* cur, asn_iter_t* out) {
+  const asn1_header_t header = asn1_decode_header_(type, cur->ptr, cur->len);
+  if (header.size == 2) {  // most are: apart, the compiler makes less of them
+    return asn1_take_({2, header.len}, cur, out);
+  }
+  if (header.size == 0) {
+    *out = {nullptr, header.len};
+    return false;
+  }
+  return asn1_take_(header, cur, out);
 }
 
 // The same step with the identifier made from a class and a tag number below 31.

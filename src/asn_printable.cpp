@@ -19,6 +19,7 @@
 #include "asn_cursor.h"
 #include "der_writer.h"
 #include "dn_splitter.h"
+#include "oid_map.h"
 #include "out_string.h"
 #include "t61_utf8.h"
 
@@ -223,12 +224,74 @@ bool is_numeric(const asn_iter_t& content) {
                      [](unsigned char c) { return c == ' ' || (c >= '0' && c <= '9'); });
 }
 
+// Where the RDNs of a name begin. Few need no memory.
+class rdn_list_t {
+ public:
+  void add(const unsigned char* rdn) {
+    if (size_ < few) {
+      few_[size_] = rdn;
+    } else {
+      more_.push_back(rdn);
+    }
+    ++size_;
+  }
+  std::size_t size() const { return size_; }
+  const unsigned char* operator[](std::size_t i) const {
+    return i < few ? few_[i] : more_[i - few];
+  }
+
+ private:
+  static constexpr std::size_t few = 32;
+
+  std::size_t size_ = 0;
+  const unsigned char* few_[few];
+  std::vector<const unsigned char*> more_;
+};
+
 // Appends the parts of a Name to a string.
 class name_printer_t {
  public:
   name_printer_t(const unsigned char* input_end, string_tail_t& out, oid_map_handle_t map)
       : input_end_(input_end), out_(out), map_(map) {}
 
+  // Name ::= SEQUENCE OF RelativeDistinguishedName
+  bool append_rdns(asn_iter_t name) {
+    asn_iter_t rdn;
+    while (asn1_read_tag_i_(asn_tag_t::SET, &name, &rdn) && append_rdn(rdn)) {
+      if (name.len == 0) {
+        return true;
+      }
+      out_.put(',');
+    }
+    return false;
+  }
+
+  // The same in reverse order: all RDNs are found before the last is written. Where one is
+  // malformed, those before it are written, and all with a comma.
+  bool append_rdns_reversed(asn_iter_t name) {
+    const unsigned char* const end = name.ptr + name.len;
+    rdn_list_t rdns;
+    bool complete = true;
+    while (complete && name.len != 0) {
+      rdns.add(name.ptr);
+      asn_iter_t rdn;
+      complete = asn1_read_tag_i_(asn_tag_t::SET, &name, &rdn);
+    }
+    const std::size_t begin = out_.size();
+    for (std::size_t i = rdns.size(); i-- != 0;) {
+      asn_iter_t rest = asn1_range_(rdns[i], end);
+      asn_iter_t rdn;
+      if (!asn1_read_tag_i_(asn_tag_t::SET, &rest, &rdn) || !append_rdn(rdn)) {
+        out_.flush().resize(begin);
+        complete = false;
+      } else if (i != 0 || !complete) {
+        out_.put(',');
+      }
+    }
+    return complete;
+  }
+
+ private:
   // RelativeDistinguishedName ::= SET SIZE (1..MAX) OF AttributeTypeAndValue
   bool append_rdn(asn_iter_t rdn) {
     for (;;) {
@@ -242,7 +305,6 @@ class name_printer_t {
     }
   }
 
- private:
   // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
   bool append_attribute(asn_iter_t* rdn) {
     asn_iter_t attribute;
@@ -256,8 +318,7 @@ class name_printer_t {
   }
 
   bool append_type_name(const asn_iter_t& type) {
-    const OIDdescr_t* entry =
-        map_ == nullptr ? nullptr : oid_map_find_asn(map_, type.ptr, type.len);
+    const OIDdescr_t* entry = map_ == nullptr ? nullptr : map_->by_asn.find(type.ptr, type.len);
     if (entry == nullptr) {
       return oid_asn_to_str_(type.ptr, type.ptr + type.len, out_.flush());
     }
@@ -353,34 +414,12 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& ou
   if (name.len == 0) {
     return true;
   }
-  const std::size_t base = out.size();
   reserve_string_(out, len);
-  // Q26: the order is that of the DER unless the caller asks for the other.
-  //
-  // Reverse order in linear time: every RDN is reversed where it stands, then the whole text.
-  const bool reverse = order == DN_ORDER_REVERSE;
   string_tail_t text(out);
   name_printer_t printer(der + len, text, map);
-  bool complete = true;
-  while (complete && name.len != 0) {
-    const std::size_t begin = text.size();
-    asn_iter_t rdn;
-    complete = asn1_read_tag_i_(asn_tag_t::SET, &name, &rdn) && printer.append_rdn(rdn);
-    if (complete) {
-      text.put(',');
-    } else if (reverse) {
-      text.flush().resize(begin);
-    }
-    if (reverse) {
-      text.reverse_from(begin);
-    }
-  }
-  if (reverse) {
-    text.reverse_from(base);
-  }
-  if (complete) {
-    text.drop_last();
-  }
+  // Q26: the order is that of the DER unless the caller asks for the other.
+  const bool complete =
+      order == DN_ORDER_REVERSE ? printer.append_rdns_reversed(name) : printer.append_rdns(name);
   text.flush();
   return complete;
 }

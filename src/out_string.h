@@ -70,60 +70,42 @@ class string_tail_t {
 
   // Room for `count` bytes, at most max_room, for the caller to fill before it calls advance.
   char* room(std::size_t count) {
-    if (max_room - used_ < count) {
+    if (static_cast<std::size_t>(bytes_ + max_room - next_) < count) {
       flush();
     }
-    return bytes_ + used_;
+    return next_;
   }
   // Takes in what was written up to `end`.
-  void advance(const char* end) { used_ = static_cast<std::size_t>(end - bytes_); }
+  void advance(char* end) { next_ = end; }
 
   void put(char byte) {
-    *room(1) = byte;
-    ++used_;
+    char* p = room(1);
+    *p = byte;
+    next_ = p + 1;
   }
   void put(std::string_view bytes) {
     if (bytes.size() > max_room) {
-      flush();
-      append_string_(out_, bytes);
+      append_string_(flush(), bytes);
       return;
     }
-    std::memcpy(room(bytes.size()), bytes.data(), bytes.size());
-    used_ += bytes.size();
-  }
-
-  // Takes the last byte away again.
-  void drop_last() {
-    if (used_ != 0) {
-      --used_;
-    } else {
-      out_.pop_back();
-    }
+    char* p = room(bytes.size());
+    std::memcpy(p, bytes.data(), bytes.size());
+    next_ = p + bytes.size();
   }
 
   // Of the string with all pieces.
-  std::size_t size() const { return out_.size() + used_; }
-
-  // Turns around what comes after the first `begin` bytes of the string.
-  void reverse_from(std::size_t begin) {
-    if (begin < out_.size()) {
-      flush();
-      reverse_bytes_(out_.data() + begin, out_.data() + out_.size());
-    } else {
-      reverse_bytes_(bytes_ + (begin - out_.size()), bytes_ + used_);
-    }
-  }
+  std::size_t size() const { return out_.size() + static_cast<std::size_t>(next_ - bytes_); }
 
   // Hands all pieces to the string, which holds none of them before.
   std::string& flush() {
-    append_string_(out_, {bytes_, used_});
-    used_ = 0;
+    append_string_(out_, {bytes_, static_cast<std::size_t>(next_ - bytes_)});
+    next_ = bytes_;
     return out_;
   }
 
  private:
   std::string& out_;
-  std::size_t used_ = 0;
+  char* next_ = bytes_;
   char bytes_[max_room];
 };
 
