@@ -180,25 +180,30 @@ bool is_special_char(char c) {
   return (class_of(c) & is_special) != 0;
 }
 
+char* escape_each(const char* p, const char* end, char* to) {
+  for (; p != end; ++p) {
+    if (is_special_char(*p)) {
+      *to++ = '\\';
+    }
+    *to++ = *p;
+  }
+  return to;
+}
+
 // Q27: writes `text` to `to` with a backslash before each special character; returns where that
 // ends. Groups of bytes without any are copied at once.
 char* escape(std::string_view text, char* to) {
-  while (!text.empty()) {
-    const std::string_view group = text.substr(0, group_size);
-    text.remove_prefix(group.size());
-    if (group.size() == group_size && (classes_of_group(group.data()) & is_special) == 0) {
-      std::memcpy(to, group.data(), group_size);
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  for (; end - p >= group_size; p += group_size) {
+    if ((classes_of_group(p) & is_special) != 0) {
+      to = escape_each(p, p + group_size, to);
+    } else {
+      std::memcpy(to, p, group_size);
       to += group_size;
-      continue;
-    }
-    for (const char c : group) {
-      if (is_special_char(c)) {
-        *to++ = '\\';
-      }
-      *to++ = c;
     }
   }
-  return to;
+  return escape_each(p, end, to);
 }
 
 // Q27: the same for `text` from `begin` on, in place: from the last character to the first, so that
@@ -365,11 +370,11 @@ class name_printer_t {
 
   // Escaped text is at most twice as long.
   void append_escaped(std::string_view text) {
-    while (!text.empty()) {
-      const std::string_view piece = text.substr(0, string_tail_t::max_room / 2);
-      out_.advance(escape(piece, out_.room(piece.size() * 2)));
-      text.remove_prefix(piece.size());
+    constexpr std::size_t most = string_tail_t::max_room / 2;
+    for (; text.size() > most; text.remove_prefix(most)) {
+      out_.advance(escape(text.substr(0, most), out_.room(most * 2)));
     }
+    out_.advance(escape(text, out_.room(text.size() * 2)));
   }
 
   bool append_t61(const asn_iter_t& content) {
