@@ -5,83 +5,19 @@
 #include <gcrypt.h>
 
 #include <algorithm>
-#include <iterator>
 #include <memory>
-#include <string_view>
 
 #include <pkider/asn_helper.h>
 
 #include "asn_cursor.h"
 #include "ber.h"
 #include "bytes.h"
+#include "curves.h"
 #include "derivation.h"
 #include "known_oids.h"
 #include "public_key.h"
 
 namespace {
-
-// clang-format off
-constexpr key_algorithm_t algorithms[] = {
-    {"1.2.840.113549.1.1.1",  key_kind_t::rsa,        0},
-    {"1.2.840.113549.1.1.7",  key_kind_t::rsa,        0},    // RSAES-OAEP
-    {"1.2.840.113549.1.1.10", key_kind_t::rsa,        0},    // RSASSA-PSS
-    {"1.2.840.10040.4.1",     key_kind_t::dsa,        0},
-    {"1.2.840.10045.2.1",     key_kind_t::ec,         0},
-    {"1.3.132.1.12",          key_kind_t::ec,         0},    // for ECDH alone
-    {"1.3.101.110",           key_kind_t::montgomery, 256},  // X25519
-    {"1.3.101.111",           key_kind_t::montgomery, 448},  // X448
-    {"1.3.101.112",           key_kind_t::edwards,    256},  // Ed25519
-    {"1.3.101.113",           key_kind_t::edwards,    456},  // Ed448
-    {"1.2.643.2.2.19",        key_kind_t::gost,       256},  // GOST R 34.10-2001
-    {"1.2.643.7.1.1.1.1",     key_kind_t::gost,       256},  // GOST R 34.10-2012
-    {"1.2.643.7.1.1.1.2",     key_kind_t::gost,       512},
-};
-
-// Curves in Weierstrass form that libgcrypt computes with. Others must not reach it: with those in
-// Montgomery form it ends the process.
-struct curve_t {
-  std::string_view oid;
-  const char* name;  // libgcrypt's
-  unsigned bits;
-};
-
-constexpr curve_t curves[] = {
-    {"1.2.840.10045.3.1.1",   "NIST P-192",             192},
-    {"1.3.132.0.33",          "NIST P-224",             224},
-    {"1.2.840.10045.3.1.7",   "NIST P-256",             256},
-    {"1.3.132.0.34",          "NIST P-384",             384},
-    {"1.3.132.0.35",          "NIST P-521",             521},
-    {"1.3.132.0.10",          "secp256k1",              256},
-    {"1.3.36.3.3.2.8.1.1.1",  "brainpoolP160r1",        160},
-    {"1.3.36.3.3.2.8.1.1.3",  "brainpoolP192r1",        192},
-    {"1.3.36.3.3.2.8.1.1.5",  "brainpoolP224r1",        224},
-    {"1.3.36.3.3.2.8.1.1.7",  "brainpoolP256r1",        256},
-    {"1.3.36.3.3.2.8.1.1.9",  "brainpoolP320r1",        320},
-    {"1.3.36.3.3.2.8.1.1.11", "brainpoolP384r1",        384},
-    {"1.3.36.3.3.2.8.1.1.13", "brainpoolP512r1",        512},
-    {"1.2.156.10197.1.301",   "sm2p256v1",              256},
-    {"1.2.643.2.2.35.0",      "GOST2001-test",          256},
-    {"1.2.643.2.2.35.1",      "GOST2001-CryptoPro-A",   256},
-    {"1.2.643.2.2.35.2",      "GOST2001-CryptoPro-B",   256},
-    {"1.2.643.2.2.35.3",      "GOST2001-CryptoPro-C",   256},
-    {"1.2.643.2.2.36.0",      "GOST2001-CryptoPro-XchA", 256},
-    {"1.2.643.2.2.36.1",      "GOST2001-CryptoPro-XchB", 256},
-    {"1.2.643.7.1.2.1.1.1",   "GOST2012-256-A",         256},
-    {"1.2.643.7.1.2.1.1.2",   "GOST2001-CryptoPro-A",   256},
-    {"1.2.643.7.1.2.1.1.3",   "GOST2001-CryptoPro-B",   256},
-    {"1.2.643.7.1.2.1.1.4",   "GOST2001-CryptoPro-C",   256},
-    {"1.2.643.7.1.2.1.2.0",   "GOST2012-512-test",      512},
-    {"1.2.643.7.1.2.1.2.1",   "GOST2012-512-tc26-A",    512},
-    {"1.2.643.7.1.2.1.2.2",   "GOST2012-512-tc26-B",    512},
-    {"1.2.643.7.1.2.1.2.3",   "GOST2012-512-tc26-C",    512},
-};
-// clang-format on
-
-const curve_t* find_curve(const std::string& oid) {
-  const auto* found = std::find_if(std::begin(curves), std::end(curves),
-                                   [&](const curve_t& curve) { return curve.oid == oid; });
-  return found == std::end(curves) ? nullptr : found;
-}
 
 // ---- libgcrypt's objects ----
 
@@ -105,14 +41,6 @@ mpi_t scan_number(const Bytes& big_endian) {
 
 mpi_t scan_number(const blob_t& big_endian) {
   return scan_number(to_string(big_endian));
-}
-
-secret_t reversed(const secret_t& octets) {
-  return {octets.rbegin(), octets.rend()};
-}
-
-secret_t secret_of(const blob_t& octets) {
-  return {octets.data, octets.data + octets.size};
 }
 
 // `count` bytes, the most significant first; without leading zeros when `count` is 0.
@@ -149,31 +77,6 @@ context_t open_curve(const char* name) {
   return context_t(context);
 }
 
-// ---- Numbers and points in DER ----
-
-blob_t without_leading_zeros(blob_t number) {
-  while (number.size != 0 && number.data[0] == 0) {
-    number = {number.size - 1, number.data + 1};
-  }
-  return number;
-}
-
-bool read_number(asn_iter_t& cur, blob_t& number) {
-  if (!asn1_read_view_(asn_tag_t::INTEGER, &cur, &number)) {
-    return false;
-  }
-  number = without_leading_zeros(number);
-  return true;
-}
-
-unsigned bit_count(const blob_t& number) {
-  unsigned bits = number.size == 0 ? 0 : (number.size - 1) * 8;
-  for (unsigned top = number.size == 0 ? 0 : number.data[0]; top != 0; top >>= 1) {
-    ++bits;
-  }
-  return bits;
-}
-
 // A point of a Weierstrass curve, compressed; empty when it is no point.
 std::string compressed(const std::string& point) {
   constexpr char even = 2;
@@ -190,15 +93,6 @@ std::string compressed(const std::string& point) {
 
 // ---- Public keys of private ones ----
 
-// RSAPrivateKey ::= SEQUENCE { version INTEGER, modulus INTEGER, publicExponent INTEGER, ... }
-bool read_rsa(const blob_t& octets, blob_t& modulus, blob_t& exponent) {
-  asn_iter_t cur = asn1_iter_(octets);
-  asn_iter_t key;
-  blob_t version;
-  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &key) && read_number(key, version) &&
-         read_number(key, modulus) && read_number(key, exponent);
-}
-
 std::string rsa_value(const blob_t& modulus, const blob_t& exponent) {
   return der_element(asn_tag_t::INTEGER, to_string(modulus)) + to_string(exponent);
 }
@@ -210,14 +104,6 @@ key_id_t rsa_id(const private_key_t& key) {
     return {key_kind_t::rsa, "", "", malformed_key};
   }
   return {key_kind_t::rsa, "", rsa_value(modulus, exponent), ""};
-}
-
-// Dss-Parms ::= SEQUENCE { p INTEGER, q INTEGER, g INTEGER }; the private key is an INTEGER.
-bool read_dsa_parameters(const blob_t& params, blob_t& p, blob_t& q, blob_t& g) {
-  asn_iter_t cur = asn1_iter_(params);
-  asn_iter_t content;
-  return asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &content) && read_number(content, p) &&
-         read_number(content, q) && read_number(content, g);
 }
 
 key_id_t dsa_id(const private_key_t& key) {
@@ -242,52 +128,15 @@ key_id_t dsa_id(const private_key_t& key) {
   return id;
 }
 
-// ECPrivateKey ::= SEQUENCE { version INTEGER, privateKey OCTET STRING, [0] parameters OPTIONAL,
-//   [1] publicKey BIT STRING OPTIONAL } (RFC 5915)
-struct ec_key_t {
-  blob_t secret;
-  std::string curve;  // dotted; empty when it is no named one
-  std::string point;  // as stored; empty when it is not
-};
-
-std::string named_curve(const blob_t& params) {
-  asn_iter_t cur = asn1_iter_(params);
-  blob_t oid;
-  return asn1_read_view_(asn_tag_t::OID, &cur, &oid) ? dotted_oid(oid) : std::string();
-}
-
-bool read_ec(const private_key_t& key, ec_key_t& out) {
-  constexpr auto public_key = static_cast<asn_tag_t::Type>(asn_tag_t::CONTEXT_0 + 1);
-  asn_iter_t cur = asn1_iter_(key.octets);
-  asn_iter_t content;
-  asn_iter_t element;
-  blob_t version;
-  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &content) || !read_number(content, version) ||
-      !asn1_read_view_(asn_tag_t::OCTET_STRING, &content, &out.secret)) {
-    return false;
-  }
-  out.curve = named_curve(key.params);
-  if (asn1_next_is_(asn_tag_t::CONTEXT_0, content) &&
-      asn1_read_tag_i_(asn_tag_t::CONTEXT_0, &content, &element) && key.params.size == 0) {
-    out.curve = named_curve(asn1_view_(element));
-  }
-  asn_iter_t bits;
-  if (asn1_read_tag_i_(public_key, &content, &element) &&
-      asn1_read_tag_i_(asn_tag_t::BIT_STRING, &element, &bits) && bits.len > 1) {
-    out.point = to_string({bits.len - 1, bits.ptr + 1});
-  }
-  return true;
-}
-
 key_id_t ec_id(const private_key_t& key) {
   key_id_t id = {key_kind_t::ec, "", "", malformed_key};
   ec_key_t ec;
   if (!read_ec(key, ec)) {
     return id;
   }
-  id.algorithm = ec.curve;
-  const curve_t* curve = find_curve(ec.curve);
-  if (curve == nullptr) {
+  id.algorithm = named_curve(ec.params);
+  const curve_t* curve = find_curve(id.algorithm);
+  if (curve == nullptr || curve->name == nullptr) {
     id.value = compressed(ec.point);
     id.why_not =
         "its curve is not one that this command computes with, and the public key is not "
@@ -302,17 +151,6 @@ key_id_t ec_id(const private_key_t& key) {
       multiply(open_curve(curve->name).get(), scan_number(secret_of(ec.secret)).get(), octets);
   id.value = point.x.empty() ? "" : compressed('\x04' + point.x + point.y);
   return id;
-}
-
-// CurvePrivateKey ::= OCTET STRING (RFC 8410)
-bool read_curve_key(const private_key_t& key, std::size_t size, secret_t& secret) {
-  asn_iter_t cur = asn1_iter_(key.octets);
-  blob_t octets;
-  if (!asn1_read_view_(asn_tag_t::OCTET_STRING, &cur, &octets) || octets.size != size) {
-    return false;
-  }
-  secret = secret_of(octets);
-  return true;
 }
 
 // The private number of Ed25519 or Ed448 (RFC 8032, 5.1.5 and 5.2.5), least significant first.
@@ -401,85 +239,6 @@ key_id_t gost_id(const private_key_t& key, unsigned bits) {
 }  // namespace
 
 // ---- What the header declares ----
-
-key_algorithm_t find_key_algorithm(const std::string& oid) {
-  for (const key_algorithm_t& algorithm : algorithms) {
-    if (algorithm.oid == oid) {
-      return algorithm;
-    }
-  }
-  return {"", key_kind_t::other, 0};
-}
-
-// PrivateKeyInfo ::= SEQUENCE { version INTEGER, SEQUENCE { algorithm OID, parameters OPTIONAL },
-//   privateKey OCTET STRING, ... }
-bool read_private_key(const blob_t& der, private_key_t& out) {
-  asn_iter_t cur = asn1_iter_(der);
-  asn_iter_t info;
-  asn_iter_t version;
-  asn_iter_t algorithm;
-  if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &info) ||
-      !asn1_read_tag_i_(asn_tag_t::INTEGER, &info, &version) ||
-      !asn1_read_tag_i_(asn_tag_t::SEQUENCE, &info, &algorithm) ||
-      !asn1_read_view_(asn_tag_t::OID, &algorithm, &out.algorithm) ||
-      !asn1_read_view_(asn_tag_t::OCTET_STRING, &info, &out.octets)) {
-    return false;
-  }
-  out.oid = dotted_oid(out.algorithm);
-  out.params = asn1_view_(algorithm);
-  return true;
-}
-
-bool read_gost_octets(const private_key_t& key, gost_octets_t& out) {
-  constexpr unsigned max_masks = 16;
-  const unsigned size = find_key_algorithm(key.oid).bits / 8;
-  asn_iter_t cur = asn1_iter_(key.octets);
-  blob_t octets = key.octets;
-  if (octets.size % size != 0 || octets.size == 0) {
-    if (asn1_next_is_(asn_tag_t::INTEGER, cur)) {
-      blob_t number;
-      if (!read_number(cur, number) || number.size > size) {
-        return false;
-      }
-      out.octets = reversed(secret_of(number));
-      out.octets.resize(size);
-      return true;
-    }
-    asn_iter_t pair;
-    if (asn1_read_tag_i_(asn_tag_t::SEQUENCE, &cur, &pair)) {  // with the public key after it
-      cur = pair;
-    }
-    if (!asn1_read_view_(asn_tag_t::OCTET_STRING, &cur, &octets)) {
-      return false;
-    }
-  }
-  if (octets.size == 0 || octets.size % size != 0 || octets.size / size > max_masks + 1) {
-    return false;
-  }
-  out.octets = secret_of(octets);
-  out.masks = octets.size / size - 1;
-  return true;
-}
-
-unsigned key_bits(const private_key_t& key) {
-  const key_algorithm_t algorithm = find_key_algorithm(key.oid);
-  blob_t modulus;
-  blob_t second;
-  blob_t third;
-  ec_key_t ec;
-  switch (algorithm.kind) {
-    case key_kind_t::rsa:
-      return read_rsa(key.octets, modulus, second) ? bit_count(modulus) : 0;
-    case key_kind_t::dsa:
-      return read_dsa_parameters(key.params, modulus, second, third) ? bit_count(modulus) : 0;
-    case key_kind_t::ec: {
-      const curve_t* curve = read_ec(key, ec) ? find_curve(ec.curve) : nullptr;
-      return curve != nullptr ? curve->bits : 0;
-    }
-    default:
-      return algorithm.bits;
-  }
-}
 
 key_id_t public_id_of(const private_key_t& key) {
   const key_algorithm_t algorithm = find_key_algorithm(key.oid);

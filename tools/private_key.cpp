@@ -55,12 +55,6 @@ std::string size_text(unsigned bits) {
   return bits == 0 ? "unknown" : std::to_string(bits) + " bits";
 }
 
-void add_param_set(record_t& record, const char* name, const blob_t& oid) {
-  if (oid.size != 0) {
-    record.add(name, describe_param_set(oid));
-  }
-}
-
 void add_gost_sets(record_t& record, const private_key_t& key) {
   gost_param_sets_t sets;
   if (read_gost_param_sets(key.params, sets)) {

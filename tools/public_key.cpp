@@ -9,33 +9,13 @@
 #include "asn_cursor.h"
 #include "known_oids.h"
 #include "messages.h"
+#include "pkcs8.h"
 #include "text.h"
 
 namespace {
 
-unsigned bit_count(const blob_t& big_endian) {
-  unsigned i = 0;
-  while (i < big_endian.size && big_endian.data[i] == 0) {
-    ++i;
-  }
-  if (i == big_endian.size) {
-    return 0;
-  }
-  unsigned bits = (big_endian.size - i - 1) * 8;
-  for (unsigned top = big_endian.data[i]; top != 0; top >>= 1) {
-    ++bits;
-  }
-  return bits;
-}
-
 void add_size(record_t& record, unsigned bits) {
   record.add("key size", std::to_string(bits) + " bits", std::uint64_t{bits});
-}
-
-void add_param_set(record_t& record, const char* name, const blob_t& oid) {
-  if (oid.size != 0) {
-    record.add(name, describe_param_set(oid));
-  }
 }
 
 void add_rsa_key(record_t& record, const std::string& where, const asn_pubkey_t& key,
@@ -83,40 +63,18 @@ unsigned prime_bits(const blob_t& params) {
              : 0;
 }
 
-struct curve_size_t {
-  std::string_view dotted;
-  unsigned bits;
-};
-
-// Those whose coordinates do not fill their bytes.
-constexpr curve_size_t curve_sizes[] = {
-    {"1.3.132.0.35", 521}, {"1.3.132.0.26", 233}, {"1.3.132.0.27", 233}, {"1.3.132.0.16", 283},
-    {"1.3.132.0.17", 283}, {"1.3.132.0.36", 409}, {"1.3.132.0.37", 409}, {"1.3.132.0.38", 571},
-    {"1.3.132.0.39", 571}, {"1.3.132.0.1", 163},  {"1.3.132.0.15", 163}, {"1.3.132.0.3", 239},
-};
-
-// From the point: a first byte that says its form, and X and Y, or X alone.
-unsigned curve_bits(const blob_t& curve, const blob_t& point) {
-  const std::string dotted = dotted_oid(curve);
-  for (const curve_size_t& row : curve_sizes) {
-    if (row.dotted == dotted) {
-      return row.bits;
-    }
-  }
-  constexpr unsigned uncompressed = 4;
-  const bool both = point.size != 0 && point.data[0] == uncompressed;
-  return point.size == 0 ? 0 : (point.size - 1) * 8 / (both ? 2 : 1);
-}
-
 void add_other_key(record_t& record, const asn_pubkey_t& key, bool verbose) {
   asn_iter_t params = asn1_iter_(key.params);
   asn_iter_t curve;
   unsigned bits = prime_bits(key.params);
   if (asn1_read_tag_i_(asn_tag_t::OID, &params, &curve)) {
     add_param_set(record, "key parameters", asn1_view_(curve));
-    bits = curve_bits(asn1_view_(curve), key.key);
+    bits = curve_bits(key.params, key.key);
   } else if (key.params.size == 0) {  // Ed25519 and its like
     bits = key.key.size * 8;
+  } else if (find_key_algorithm(dotted_oid(key.alg)).kind ==
+             key_kind_t::ec) {  // its curve spelled out
+    bits = curve_bits(key.params, key.key);
   }
   if (bits != 0) {
     add_size(record, bits);
@@ -127,6 +85,12 @@ void add_other_key(record_t& record, const asn_pubkey_t& key, bool verbose) {
 }
 
 }  // namespace
+
+void add_param_set(record_t& record, const char* name, const blob_t& oid) {
+  if (oid.size != 0) {
+    record.add(name, describe_param_set(oid));
+  }
+}
 
 bool read_gost_param_sets(const blob_t& params, gost_param_sets_t& out) {
   asn_iter_t cur = asn1_iter_(params);
