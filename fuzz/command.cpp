@@ -16,13 +16,18 @@
 #include "key_id.h"
 #include "messages.h"
 #include "model.h"
+#include "output_file.h"
 #include "public_key.h"
 
 // Messages are not looked at.
 void report(const std::string&, const std::string&) {}
 void report(const std::string&) {}
-void note(const std::string&) {}
+void note(const std::string&, const std::string&) {}
 void show_progress(const std::string&) {}
+bool& json_output() {
+  static bool json = false;
+  return json;
+}
 void attempt(const std::function<void()>& work) {
   try {
     work();
@@ -123,33 +128,15 @@ std::string make_object(model::pieces_t& pieces, texts_t& certificates) {
                                                            der(0x30, "") + der(0xA0, all))));
 }
 
-std::string base64(std::string_view bytes, const std::string& line_end) {
-  constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string text;
-  while (!bytes.empty()) {
-    const std::size_t size = std::min<std::size_t>(bytes.size(), 3);
-    const unsigned group = take_number(bytes, 3) << 8 * (3 - size);
-    for (unsigned i = 0; i < 4; ++i) {
-      text += i > size ? '=' : digits[group >> (18 - 6 * i) & 63];
-    }
-    text += bytes.size() % 48 == 0 ? line_end : "";
-  }
-  return text;
-}
-
-// DER, or a PEM block after noise that is neither. Its lines end in three ways.
+// DER, or a PEM block after noise that is neither.
 std::string make_block(const std::string& object, model::pieces_t& pieces) {
-  const unsigned form = pieces.number();
-  if (form % 4 == 0) {
+  if (pieces.number() % 4 == 0) {
     return object;
   }
   std::string noise = pieces.piece();
   std::replace_if(
       noise.begin(), noise.end(), [](char c) { return c == '0' || c == '-'; }, '\n');
-  const std::string line_end = form % 4 == 1 ? "\n" : form % 4 == 2 ? "\r\n" : "";
-  const std::string header = form / 4 % 2 == 0 ? "" : "\nComment: none\n\n";
-  return noise + "-----BEGIN LABEL-----" + line_end + header + base64(object, line_end) +
-         "-----END LABEL-----";
+  return noise + to_pem("LABEL", view(object));
 }
 
 // Constructed elements with indefinite lengths, OCTET STRINGs in two pieces.

@@ -36,11 +36,14 @@ inline unsigned number_of(std::string_view bytes) {
   return number;
 }
 
-// The number in the first bytes of `input`, which are taken off it.
-inline unsigned take_number(std::string_view& input, std::size_t size = 4) {
+// The first bytes of `input`, which are taken off it.
+inline std::string_view take(std::string_view& input, std::size_t size) {
   const std::string_view taken = input.substr(0, size);
   input.remove_prefix(taken.size());
-  return number_of(taken);
+  return taken;
+}
+inline unsigned take_number(std::string_view& input, std::size_t size = 4) {
+  return number_of(take(input, size));
 }
 
 #endif

@@ -23,9 +23,7 @@ class pieces_t {
   unsigned number() { return take_number(rest_, 1); }
   std::string piece() {
     const unsigned size = number();
-    const std::string taken(rest_.substr(0, size));
-    rest_.remove_prefix(taken.size());
-    return taken;
+    return std::string(take(rest_, size));
   }
 
  private:
@@ -100,45 +98,25 @@ inline std::string upper(std::string text) {
   return text;
 }
 
-constexpr char blanks[] = " \t";
-
-// Takes off `text` all that it begins with of the characters in `set`.
-inline std::string take_of(std::string_view& text, std::string_view set) {
-  const std::string taken(text.substr(0, text.find_first_not_of(set)));
-  text.remove_prefix(taken.size());
-  return taken;
-}
-
-// Takes off `text` what comes before the first of the characters in `set`.
-inline std::string take_until(std::string_view& text, std::string_view set) {
-  const std::string taken(text.substr(0, text.find_first_of(set)));
-  text.remove_prefix(taken.size());
-  return taken;
-}
-
 inline std::list<entry_t> parse_map(std::string_view text) {
   std::list<entry_t> entries;
   while (!text.empty()) {
-    const std::string line = take_until(text, "\r\n");
-    text.remove_prefix(text.empty() ? 0 : 1);
-    std::string_view rest = line;
-    take_of(rest, blanks);
-    const std::string dotted = take_of(rest, "0123456789."), oid = encode_oid(dotted);
-    take_of(rest, blanks);
-    if (oid.empty() || rest.substr(0, 1) != "=") {
+    std::string_view line = take(text, text.find_first_of("\r\n"));
+    take(text, 1);
+    const auto take_blanks = [&line] { take(line, line.find_first_not_of(" \t")); };
+    take_blanks();
+    const std::string dotted(take(line, line.find_first_not_of("0123456789.")));
+    const std::string oid = encode_oid(dotted);
+    take_blanks();
+    if (take(line, 1) != "=" || oid.empty()) {
       continue;
     }
-    rest.remove_prefix(1);
-    take_of(rest, blanks);
-    const std::string short_name = take_until(rest, " \t=,");
-    take_of(rest, blanks);
-    if (rest.substr(0, 1) == ",") {
-      rest.remove_prefix(1);
-      take_of(rest, blanks);
-    } else {
-      rest = "";
-    }
-    entries.push_back({oid, dotted, upper(short_name), std::string(rest)});
+    take_blanks();
+    const std::string short_name(take(line, line.find_first_of(" \t=,")));
+    take_blanks();
+    const bool more = take(line, 1) == ",";
+    take_blanks();
+    entries.push_back({oid, dotted, upper(short_name), std::string(more ? line : "")});
   }
   return entries;
 }

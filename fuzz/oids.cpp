@@ -56,8 +56,8 @@ void check_map(const exact_t& input) {
   }
   const std::string text = input.bytes();
   for (std::string_view rest = text; !rest.empty();) {
-    check_lookups(map, entries, model::take_until(rest, " \r\n=,"));
-    model::take_of(rest, " \r\n=,");
+    check_lookups(map, entries, std::string(take(rest, rest.find_first_of(" \r\n=,"))));
+    take(rest, rest.find_first_not_of(" \r\n=,"));
   }
   oid_map_release(map);
 }
