@@ -49,6 +49,44 @@ std::vector<key_file_t> read_key_blocks(const std::string& file) {
   return keys;
 }
 
+// Looks at what needs no password. False when the key is not encrypted.
+bool read_protection(key_file_t& key, encrypted_key_t& encrypted, deriver_t& deriver) {
+  private_key_t plain;
+  if (read_private_key(view(key.der), plain)) {
+    key.protection = "plain";
+    return false;
+  }
+  if (!read_encrypted_key(view(key.der), encrypted)) {
+    throw input_error_t(key.where, "no PKCS#8 private key, but " + what_it_is({"", key.der}));
+  }
+  const encryption_t& encryption = encrypted.encryption;
+  if (!encryption.why_not.empty()) {
+    throw input_error_t(key.where, "encrypted " + encryption.why_not);
+  }
+  try {
+    admit(encryption, deriver);
+  } catch (const pbe_error_t& e) {
+    throw input_error_t(key.where, e.what());
+  }
+  key.protection = "encrypted, " + encryption.text;
+  return true;
+}
+
+void open_key(key_file_t& key, const encrypted_key_t& encrypted, const secret_t& password,
+              deriver_t& deriver) {
+  std::string plaintext;
+  private_key_t opened;
+  try {
+    if (!decrypt(encrypted.encryption, password, deriver, encrypted.data, plaintext) ||
+        !read_private_key(view(plaintext), opened)) {
+      throw input_error_t(key.where, "wrong password, or a damaged file");
+    }
+  } catch (const pbe_error_t& e) {
+    throw input_error_t(key.where, e.what());
+  }
+  key.der = plaintext;
+}
+
 // ---- Description ----
 
 std::string size_text(unsigned bits) {
@@ -89,48 +127,17 @@ std::vector<key_file_t> open_key_file(const std::string& file, const password_so
   std::vector<encrypted_key_t> encrypted(keys.size());
   bool any_encrypted = false;
   for (std::size_t i = 0; i < keys.size(); ++i) {
-    key_file_t& key = keys[i];
-    key.where = keys.size() == 1 ? file : file + ": key " + std::to_string(i + 1);
-    private_key_t plain;
-    if (read_private_key(view(key.der), plain)) {
-      key.protection = "plain";
-      continue;
-    }
-    if (!read_encrypted_key(view(key.der), encrypted[i])) {
-      throw input_error_t(key.where, "no PKCS#8 private key, but " + what_it_is({"", key.der}));
-    }
-    const encryption_t& encryption = encrypted[i].encryption;
-    if (!encryption.why_not.empty()) {
-      throw input_error_t(key.where, "encrypted " + encryption.why_not);
-    }
-    try {
-      admit(encryption, deriver);
-    } catch (const pbe_error_t& e) {
-      throw input_error_t(key.where, e.what());
-    }
-    key.protection = "encrypted, " + encryption.text;
-    any_encrypted = true;
+    keys[i].where = keys.size() == 1 ? file : file + ": key " + std::to_string(i + 1);
+    any_encrypted |= read_protection(keys[i], encrypted[i], deriver);
   }
   if (!any_encrypted) {
     return keys;
   }
   const secret_t password = read_password(source, "Password of " + printable(file));
   for (std::size_t i = 0; i < keys.size(); ++i) {
-    const encrypted_key_t& key = encrypted[i];
-    if (key.encryption.cipher == nullptr) {
-      continue;
+    if (encrypted[i].encryption.cipher != nullptr) {
+      open_key(keys[i], encrypted[i], password, deriver);
     }
-    std::string plaintext;
-    private_key_t opened;
-    try {
-      if (!decrypt(key.encryption, password, deriver, key.data, plaintext) ||
-          !read_private_key(view(plaintext), opened)) {
-        throw input_error_t(keys[i].where, "wrong password, or a damaged file");
-      }
-    } catch (const pbe_error_t& e) {
-      throw input_error_t(keys[i].where, e.what());
-    }
-    keys[i].der = plaintext;
   }
   return keys;
 }
