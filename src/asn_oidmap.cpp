@@ -25,74 +25,76 @@ bool is_digit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// Base 128, the most significant group first; 0 when that would pass the size limit.
-unsigned encode_arc(unsigned arc, unsigned char* out, unsigned room) {
-  unsigned count = 1;
+// Base 128, the most significant group first; null when that would pass the end of the room.
+unsigned char* put_arc(unsigned char* to, const unsigned char* room_end, unsigned arc) {
+  int more = 0;
   for (unsigned rest = arc >> 7; rest != 0; rest >>= 7) {
-    ++count;
+    ++more;
   }
-  if (count > room) {
-    return 0;
+  if (room_end - to <= more) {
+    return nullptr;
   }
-  unsigned char continued = 0;
-  for (unsigned i = count; i != 0; --i) {
-    out[i - 1] = static_cast<unsigned char>((arc & 0x7F) | continued);
-    arc >>= 7;
-    continued = 0x80;
+  for (; more != 0; --more) {
+    *to++ = static_cast<unsigned char>(arc >> (7 * more) | 0x80);
   }
-  return count;
+  *to++ = arc & 0x7F;
+  return to;
+}
+
+// At most ten digits.
+char* put_number(char* at, unsigned value) {
+  if (value < 10) {  // most arcs
+    *at = static_cast<char>('0' + value);
+    return at + 1;
+  }
+  return std::to_chars(at, at + 10, value).ptr;
 }
 
 }  // namespace
 
 bool str_to_uint32_(const char*& p, const char* end, char sep, unsigned& value) {
   std::uint64_t number = 0;
-  for (; p != end && *p != sep; ++p) {
-    if (!is_digit(*p)) {
-      return false;
+  for (; p != end; ++p) {
+    const unsigned digit = static_cast<unsigned char>(*p) - unsigned{'0'};
+    if (digit > 9) {
+      break;
     }
-    number = number * 10 + static_cast<unsigned>(*p - '0');  // Q8: leading zeros too
+    number = number * 10 + digit;  // Q8: leading zeros too
     if (number > 0xFFFFFFFF) {
       return false;
     }
   }
   value = static_cast<unsigned>(number);
-  return true;
+  return p == end || *p == sep;
+}
+
+// Takes one arc, of at least one digit, off the text at `p`.
+static bool take_arc(const char*& p, const char* end, unsigned& arc) {
+  const char* begin = p;
+  return str_to_uint32_(p, end, '.', arc) && p != begin;
 }
 
 unsigned oid_str_to_asn_(const char* begin, const char* end, unsigned char (&out)[512]) {
-  if (begin == end || !is_digit(*begin)) {
-    return 0;
-  }
   const char* p = begin;
   unsigned first = 0;
-  if (!str_to_uint32_(p, end, '.', first) || first > 2 || p == end) {
+  if (!take_arc(p, end, first) || first > 2 || p == end) {
     return 0;
   }
-  unsigned size = 0;
+  unsigned char* to = out;
   unsigned carried = first * 40;  // to the second arc; Q9: wraps, and that arc has no limit
   while (p != end) {
     ++p;
-    if (p == end || !is_digit(*p)) {
-      return 0;
-    }
     unsigned arc = 0;
-    if (!str_to_uint32_(p, end, '.', arc)) {
+    if (!take_arc(p, end, arc)) {
       return 0;
     }
-    const unsigned count = encode_arc(carried + arc, out + size, max_oid_size - size);
-    if (count == 0) {
+    to = put_arc(to, out + max_oid_size, carried + arc);
+    if (to == nullptr) {
       return 0;
     }
-    size += count;
     carried = 0;
   }
-  return size;
-}
-
-// At most ten digits.
-static char* put_number(char* at, unsigned value) {
-  return std::to_chars(at, at + 10, value).ptr;
+  return static_cast<unsigned>(to - out);
 }
 
 bool oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::string& text) {
