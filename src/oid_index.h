@@ -33,14 +33,13 @@ struct oid_memcmp_t {
   static int compare(const void* a, const void* b, unsigned size) {
     return std::memcmp(a, b, size);
   }
-  static bool equal(const void* a, const void* b, unsigned size) {
-    if (size != 3) {
-      return std::memcmp(a, b, size) == 0;
-    }
-    // As most attribute types: two pairs that overlap, without a call.
+  // What needs no call: keys of three bytes, as most attribute types have, in two pairs that
+  // overlap.
+  static bool equal_at_once(const void* a, const void* b, unsigned size) {
     const auto* left = static_cast<const unsigned char*>(a);
     const auto* right = static_cast<const unsigned char*>(b);
-    return std::memcmp(left, right, 2) == 0 && std::memcmp(left + 1, right + 1, 2) == 0;
+    return size == 3 && std::memcmp(left, right, 2) == 0 &&
+           std::memcmp(left + 1, right + 1, 2) == 0;
   }
 };
 
@@ -63,7 +62,7 @@ struct oid_strcmp_t {
     }
     return 0;
   }
-  static bool equal(const void* a, const void* b, unsigned size) {
+  static bool equal_at_once(const void* a, const void* b, unsigned size) {
     return compare(a, b, size) == 0;
   }
   static unsigned folded(unsigned char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; }
@@ -105,10 +104,10 @@ class oid_index_t {
   const OIDdescr_t* find(const Char* key, unsigned size) const {
     const OIDdescr_t* entry = slots_[slot_of(key, size)];
     const bool no_such_key = entry == nullptr;
-    if (no_such_key || (entry->*Size == size && Compare::equal(entry->*Key, key, size))) {
+    if (no_such_key || (entry->*Size == size && Compare::equal_at_once(entry->*Key, key, size))) {
       return entry;
     }
-    return search(key, size);
+    return search(*entry, key, size);
   }
 
  private:
@@ -122,7 +121,11 @@ class oid_index_t {
 
   // Not part of find(), which would save registers for it first.
   template <class Char>
-  __attribute__((noinline)) const OIDdescr_t* search(const Char* key, unsigned size) const {
+  __attribute__((noinline)) const OIDdescr_t* search(const OIDdescr_t& in_slot, const Char* key,
+                                                     unsigned size) const {
+    if (in_slot.*Size == size && Compare::compare(in_slot.*Key, key, size) == 0) {
+      return &in_slot;
+    }
     OIDdescr_t wanted = {};
     wanted.*Key = key;
     wanted.*Size = size;
