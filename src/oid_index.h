@@ -79,6 +79,10 @@ struct oid_map_compare_t {
   }
 };
 
+// Sorts entries; of those that are equal only the first stays.
+void sort_entries_(std::vector<const OIDdescr_t*>& entries,
+                   bool (*precedes)(const OIDdescr_t* a, const OIDdescr_t* b));
+
 template <auto Key, auto Size, class Compare>
 class oid_index_t {
  public:
@@ -89,9 +93,7 @@ class oid_index_t {
     for (const OIDdescr_t& entry : entries) {
       entries_.push_back(&entry);
     }
-    std::stable_sort(entries_.begin(), entries_.end(), precedes);
-    const auto same = [](const OIDdescr_t* a, const OIDdescr_t* b) { return !precedes(a, b); };
-    entries_.erase(std::unique(entries_.begin(), entries_.end(), same), entries_.end());
+    sort_entries_(entries_, precedes);
     slots_.fill(nullptr);
     // From the last to the first, so that the shortest key of a slot keeps it.
     for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
