@@ -35,7 +35,6 @@ struct toy_crypto_t : plain_crypto_t {
   std::string salt = "salt and", iv = "vector";
 };
 
-// The views that survive writing and reading.
 using views_t = std::vector<blob_t>;
 views_t views(const pkcs8_pki_gost_t& r) {
   return {r.private_key};
@@ -50,15 +49,6 @@ views_t views(const pkcs12_easy_t& model) {
       all.insert(all.end(), {bag.value, bag.friendly_name, bag.local_key_id});
       law(bag.type == PKCS12_BAG_KEY || bag.type == PKCS12_BAG_CERT);
     }
-  }
-  return all;
-}
-
-template <class Record>
-std::vector<std::string> contents(const Record& record) {
-  std::vector<std::string> all;
-  for (const blob_t& shown : views(record)) {
-    all.push_back(bytes_of(shown));
   }
   return all;
 }
@@ -87,7 +77,7 @@ void check(const exact_t& input, Read read, Write write) {
   const exact_t copy(written);
   law(read(copy.data(), copy.size(), again));
   write(again, rewritten);
-  law(written == rewritten && contents(record) == contents(again));
+  law(written == rewritten);
   for (const blob_t& shown : views(record)) {
     bool owned = input.holds(shown);
     if constexpr (std::is_same_v<Record, pkcs12_easy_t>) {
@@ -180,8 +170,7 @@ void check_known(model::pieces_t pieces) {
   const exact_t input(written);
   const bool read = asn_read_pkcs12_easy(input.data(), input.size(), &crypto, again);
   law(read == !crypto.refused && crypto.covered == octets);
-  law(!read || contents(again) == contents(model));
-  law(!read || again.mac.mac_iterations == model.mac.mac_iterations);
+  law(!read || encode_model(again, encode_safes(again)) == written);
 }
 
 }  // namespace

@@ -47,7 +47,3 @@ void operator delete[](void* array) noexcept {
     free_slots[free_count++] = slots + offset / slot_size * slot_size;
   }
 }
-
-void operator delete[](void* array, std::size_t) noexcept {
-  operator delete[](array);
-}
