@@ -37,16 +37,16 @@ inline unsigned asn_header_size_(std::uint64_t content) {
 inline unsigned char* asn_put_header_(unsigned char identifier, unsigned content,
                                       unsigned char* p) {
   *p++ = identifier;
-  if (content >= 0x80) {
-    const unsigned count = asn_header_size_(content) - 2;
-    *p++ = static_cast<unsigned char>(0x80 | count);
-    for (unsigned shift = 8 * count; shift > 8;) {
-      shift -= 8;
-      *p++ = static_cast<unsigned char>(content >> shift);
-    }
+  if (content < 0x80) {
+    *p++ = static_cast<unsigned char>(content);
+    return p;
   }
-  *p++ = static_cast<unsigned char>(content);
-  return p;
+  const unsigned count = asn_header_size_(content) - 2;
+  *p++ = static_cast<unsigned char>(0x80 | count);
+  for (unsigned i = count; i != 0; content >>= 8) {
+    p[--i] = static_cast<unsigned char>(content);
+  }
+  return p + count;
 }
 
 // The data of a builder. Read them freely; only the builder's operations may change them.
