@@ -710,6 +710,7 @@ void add_floor(const samples_t& samples, cases_t& cases) {
   add_each(cases, {"W7", "types", samples.attribute_types.size()}, who, samples.attribute_types,
            [](const bytes_t& oid) {
              const OIDdescr_t* entry = find_entry(oid.data() + 2, size32(oid) - 2);
+             require(entry != nullptr, "the floor of W7");
              return std::size_t{entry->oid_sn != nullptr};
            });
 }
