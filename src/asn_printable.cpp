@@ -283,6 +283,7 @@ class name_printer_t {
       complete = asn1_read_tag_i_(asn_tag_t::SET, &name, &rdn);
     }
     const std::size_t begin = out_.size();
+    // cppcheck-suppress uninitvar ; the array in `rdns` is filled as RDNs come
     for (std::size_t i = rdns.size(); i-- != 0;) {
       asn_iter_t rest = asn1_range_(rdns[i], end);
       asn_iter_t rdn;
