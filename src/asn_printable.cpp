@@ -632,7 +632,7 @@ bool read_value(const RDNdescr_t& attribute, unsigned classes, std::string& scra
 blob_t find_type(const RDNdescr_t& attribute, oid_map_handle_t map, unsigned char (&der)[512]) {
   const std::string_view name = name_of(attribute);
   const OIDdescr_t* entry =
-      map == nullptr ? nullptr : oid_map_find_sn(map, name.data(), size32_(name.size()));
+      map == nullptr ? nullptr : map->by_sn.find(name.data(), size32_(name.size()));
   if (entry != nullptr) {
     return {entry->oid_asn_size, entry->oid_asn};
   }
