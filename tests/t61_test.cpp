@@ -1,4 +1,4 @@
-// T.61 against Unicode's own data, the UTF-8 encoder, and the code page converter.
+// T.61, the UTF-8 encoder, and the code page converter.
 
 #include <pkider/platform.h>
 #include <pkider/t61.h>
@@ -6,19 +6,6 @@
 #include "rows.h"
 
 namespace {
-
-TEST(T61, EveryPairAgreesWithUnicode) {
-  std::ifstream pairs(T61_PAIRS);
-  std::string expected;
-  unsigned pair = 0;
-  for (; std::getline(pairs, expected); ++pair) {
-    const char text[] = {static_cast<char>(pair >> 8), static_cast<char>(pair), 0};
-    std::string out = "x";
-    ASSERT_EQ(ldap_t61s_to_utf8s(text, 2, out), expected != "-") << to_hex(text, 2);
-    ASSERT_EQ(to_hex(out), to_hex("x" + from_hex(expected))) << to_hex(text, 2);
-  }
-  EXPECT_EQ(pair, 0x10000U);
-}
 
 std::string from_t61(const row_t& row) {
   const exact_t text(from_hex(row.input));
