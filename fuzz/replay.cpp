@@ -45,7 +45,7 @@ void run(harness_t* harness, const std::string& bytes) {
 }
 
 void run_damaged(harness_t* harness, std::string bytes, std::size_t step) {
-  for (std::size_t n = 0; n < bytes.size(); n += step) {
+  for (std::size_t n = step - 1; n < bytes.size(); n += step) {
     run(harness, bytes.substr(0, n));
     const char good = bytes[n];
     for (int bit = 1; bit < 0x100; bit <<= 1) {
