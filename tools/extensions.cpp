@@ -135,6 +135,18 @@ void append_general_names(list_t& out, const asn_iter_t& names) {
 
 // ---- Extensions: each function takes the content of extnValue ----
 
+// BOOLEAN DEFAULT FALSE
+bool read_flag(asn_iter_t& cur) {
+  if (!asn1_next_is_(boolean, cur)) {
+    return false;
+  }
+  const asn_iter_t value = enter(boolean, cur);
+  if (value.len != 1) {
+    throw malformed_t();
+  }
+  return *value.ptr != 0;
+}
+
 // GeneralNames ::= SEQUENCE OF GeneralName
 list_t alternative_names(asn_iter_t cur) {
   return sequence_of(cur, general_name_text);
@@ -143,7 +155,7 @@ list_t alternative_names(asn_iter_t cur) {
 // BasicConstraints ::= SEQUENCE { cA BOOLEAN DEFAULT FALSE, pathLenConstraint INTEGER OPTIONAL }
 list_t basic_constraints(asn_iter_t cur) {
   asn_iter_t constraints = enter(asn_tag_t::SEQUENCE, cur);
-  if (!asn1_next_is_(boolean, constraints) || *enter(boolean, constraints).ptr == 0) {
+  if (!read_flag(constraints)) {
     return {"no CA"};
   }
   if (constraints.len == 0) {
@@ -299,7 +311,7 @@ std::string joined(const list_t& texts) {
 // Extension ::= SEQUENCE { extnID OID, critical BOOLEAN DEFAULT FALSE, extnValue OCTET STRING }
 void add_extension(record_t& record, asn_iter_t extension, list_t& others, list_t& critical_ones) {
   const blob_t oid = asn1_view_(enter(asn_tag_t::OID, extension));
-  const bool critical = asn1_next_is_(boolean, extension) && *enter(boolean, extension).ptr != 0;
+  const bool critical = read_flag(extension);
   const asn_iter_t value = enter(asn_tag_t::OCTET_STRING, extension);
   const std::string dotted = dotted_oid(oid);
   if (critical) {
