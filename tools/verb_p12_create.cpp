@@ -1,6 +1,5 @@
 // pkider p12 create: a container, with GOST encryption, of private keys and their certificates.
 
-#include <gcrypt.h>
 #include <iconv.h>
 
 #include <cstdint>
@@ -13,6 +12,7 @@
 #include "bytes.h"
 #include "certificate.h"
 #include "derivation.h"
+#include "digest.h"
 #include "gost_pbe.h"
 #include "input.h"
 #include "key_id.h"
@@ -50,13 +50,6 @@ struct creation_certificate_t {
   std::string friendly_name;  // of the key that it belongs to, if any
   std::string local_key_id;
 };
-
-// The usual identifier: the SHA-1 of the public key's SubjectPublicKeyInfo.
-std::string local_key_id(const blob_t& public_key) {
-  std::string id(gcry_md_get_algo_dlen(GCRY_MD_SHA1), '\0');
-  gcry_md_hash_buffer(GCRY_MD_SHA1, id.data(), public_key.data, public_key.size);
-  return id;
-}
 
 std::vector<creation_certificate_t> read_certificates(const std::vector<std::string>& files) {
   std::vector<creation_certificate_t> certificates;
@@ -133,7 +126,8 @@ void create_container(const p12_create_options_t& options) {
   for (std::size_t i = 0; i < keys.size(); ++i) {
     creation_certificate_t& own = certificate_for(options, keys[i], certificates);
     own.friendly_name = names[names.size() == 1 ? 0 : i];
-    own.local_key_id = local_key_id(certificate_in("", own.der).public_key);
+    // The usual identifier: the SHA-1 of the SubjectPublicKeyInfo.
+    own.local_key_id = sha1(certificate_in("", own.der).public_key);
     model.encrypted_bags.push_back(
         {PKCS12_BAG_KEY, view(keys[i].der), view(own.friendly_name), view(own.local_key_id)});
   }
