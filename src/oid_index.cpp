@@ -8,11 +8,24 @@
 
 #include <pkider/asn_oidmap.h>
 
-void sort_entries_(std::vector<const OIDdescr_t*>& entries,
-                   bool (*precedes)(const OIDdescr_t* a, const OIDdescr_t* b)) {
-  std::stable_sort(entries.begin(), entries.end(), precedes);
-  const auto same = [precedes](const OIDdescr_t* a, const OIDdescr_t* b) {
-    return !precedes(a, b);
+std::vector<const OIDdescr_t*> sorted_entries_(std::vector<headed_entry_t> entries,
+                                               bool (*precedes)(const OIDdescr_t* a,
+                                                                const OIDdescr_t* b)) {
+  const auto less = [precedes](const headed_entry_t& a, const headed_entry_t& b) {
+    if (a.head != b.head || a.has_whole_key()) {
+      return a.head < b.head;
+    }
+    return precedes(a.entry, b.entry);
   };
-  entries.erase(std::unique(entries.begin(), entries.end(), same), entries.end());
+  std::stable_sort(entries.begin(), entries.end(), less);
+  std::vector<const OIDdescr_t*> sorted;
+  sorted.reserve(entries.size());
+  const headed_entry_t* last = nullptr;
+  for (const headed_entry_t& e : entries) {
+    if (last == nullptr || less(*last, e)) {
+      sorted.push_back(e.entry);
+    }
+    last = &e;
+  }
+  return sorted;
 }

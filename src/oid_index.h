@@ -18,14 +18,16 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstring>
 #include <list>
+#include <utility>
 #include <vector>
 
 #include <pkider/asn_oidmap.h>
 
-// Byte comparisons of two keys of one size. Keys that are equal have one `hint`, and keys of one
-// map mostly have different ones.
+// Byte comparisons of two keys of one size. `folded` is how one byte counts in them. Keys that are
+// equal have one `hint`, and keys of one map mostly have different ones.
 struct oid_memcmp_t {
   static unsigned hint(const unsigned char* key, unsigned size) {
     return size == 0 ? 0 : key[size - 1];
@@ -41,6 +43,8 @@ struct oid_memcmp_t {
     return size == 3 && std::memcmp(left, right, 2) == 0 &&
            std::memcmp(left + 1, right + 1, 2) == 0;
   }
+  static unsigned folded(unsigned char c) { return c; }
+  static bool ends_key(unsigned char) { return false; }
 };
 
 // ASCII case ignored, and nothing compared after a zero byte: strncasecmp in the C locale.
@@ -66,6 +70,7 @@ struct oid_strcmp_t {
     return compare(a, b, size) == 0;
   }
   static unsigned folded(unsigned char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; }
+  static bool ends_key(unsigned char c) { return c == 0; }
 };
 
 // The order of entries by one of their keys: the shorter first, equal sizes by the byte comparison.
@@ -79,21 +84,33 @@ struct oid_map_compare_t {
   }
 };
 
-// Sorts entries; of those that are equal only the first stays.
-void sort_entries_(std::vector<const OIDdescr_t*>& entries,
-                   bool (*precedes)(const OIDdescr_t* a, const OIDdescr_t* b));
+// What one sorts by: entries lie apart in memory, heads do not.
+struct headed_entry_t {
+  static constexpr unsigned key_bytes = 7;
+
+  std::uint64_t head;  // size of the key (up to 255), then its first bytes as they compare
+  const OIDdescr_t* entry;
+
+  bool has_whole_key() const { return head >> 8 * key_bytes <= key_bytes; }
+};
+
+// The entries in order; of those that are equal only the first. `precedes` decides between keys
+// that are longer than their heads.
+std::vector<const OIDdescr_t*> sorted_entries_(std::vector<headed_entry_t> entries,
+                                               bool (*precedes)(const OIDdescr_t* a,
+                                                                const OIDdescr_t* b));
 
 template <auto Key, auto Size, class Compare>
 class oid_index_t {
  public:
   // Takes in all entries of a map; Q13: of those with one key, only the first.
   void build(const std::list<OIDdescr_t>& entries) {
-    entries_.clear();
-    entries_.reserve(entries.size());
+    std::vector<headed_entry_t> headed;
+    headed.reserve(entries.size());
     for (const OIDdescr_t& entry : entries) {
-      entries_.push_back(&entry);
+      headed.push_back({head_of(entry), &entry});
     }
-    sort_entries_(entries_, precedes);
+    entries_ = sorted_entries_(std::move(headed), precedes);
     slots_.fill(nullptr);
     // From the last to the first, so that the shortest key of a slot keeps it.
     for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
@@ -116,6 +133,17 @@ class oid_index_t {
   static constexpr auto precedes = oid_map_compare_t<Key, Size, Compare>::precedes;
   // Few, since every program that starts pays for the memory that the default maps touch.
   static constexpr unsigned slots = 128;
+
+  static std::uint64_t head_of(const OIDdescr_t& entry) {
+    const auto* key = reinterpret_cast<const unsigned char*>(entry.*Key);
+    const unsigned size = std::min(entry.*Size, headed_entry_t::key_bytes);
+    std::uint64_t head = std::min(entry.*Size, 255U);
+    unsigned i = 0;
+    for (; i < size && !Compare::ends_key(key[i]); ++i) {
+      head = head << 8 | Compare::folded(key[i]);
+    }
+    return head << 8 * (headed_entry_t::key_bytes - i);
+  }
 
   static std::size_t slot_of(const void* key, unsigned size) {
     return (Compare::hint(static_cast<const unsigned char*>(key), size) + size * 8) % slots;
