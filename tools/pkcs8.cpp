@@ -2,6 +2,8 @@
 
 #include "pkcs8.h"
 
+#include <algorithm>
+
 #include "asn_cursor.h"
 #include "bytes.h"
 #include "curves.h"
@@ -219,10 +221,13 @@ bool read_gost_octets(const private_key_t& key, gost_octets_t& out) {
       return false;
     }
   }
-  if (octets.size == 0 || octets.size % size != 0 || octets.size / size > max_masks + 1) {
+  // Some writers leave out the zeros at the most significant end.
+  const unsigned whole = std::max(octets.size, size);
+  if (octets.size == 0 || whole % size != 0 || whole / size > max_masks + 1) {
     return false;
   }
   out.octets = secret_of(octets);
-  out.masks = octets.size / size - 1;
+  out.octets.resize(whole);
+  out.masks = whole / size - 1;
   return true;
 }

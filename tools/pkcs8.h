@@ -70,8 +70,8 @@ struct gost_octets_t {
   unsigned masks = 0;
 };
 
-// Reads all forms: bare, in an OCTET STRING, as an INTEGER, with masks, with the public key. False
-// when the sizes are not those of the algorithm.
+// Reads all forms: bare, in an OCTET STRING, which may lack zeros, as an INTEGER, with masks, with
+// the public key. False when the sizes are not those of the algorithm.
 bool read_gost_octets(const private_key_t& key, gost_octets_t& out);
 
 secret_t secret_of(const blob_t& octets);
