@@ -5,6 +5,8 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <iostream>
+
 #include "ber.h"
 #include "bytes.h"
 #include "certificate.h"
@@ -16,22 +18,6 @@
 #include "model.h"
 #include "output_file.h"
 #include "public_key.h"
-
-// Messages are not looked at.
-void report(const std::string&, const std::string&) {}
-void report(const std::string&) {}
-void note(const std::string&, const std::string&) {}
-void show_progress(const std::string&) {}
-bool& json_output() {
-  static bool json = false;
-  return json;
-}
-void attempt(const std::function<void()>& work) {
-  try {
-    work();
-  } catch (const input_error_t&) {
-  }
-}
 
 namespace {
 
@@ -186,6 +172,7 @@ int harness_command(const std::uint8_t* data, std::size_t size) {
                             gcry_control(GCRYCTL_DISABLE_SECMEM) == 0 &&
                             gcry_control(GCRYCTL_INITIALIZATION_FINISHED) == 0;
   law(ready);
+  std::cerr.setstate(std::ios::failbit);  // messages are not looked at
 
   const std::string input(text_of(data, size));
   const texts_t found = certificates_in(input);

@@ -1,16 +1,11 @@
-// PKCS#5, PKCS#8 and PKCS#12. Every input goes to every reader; what is read is written and read
-// again. The salt steers the toy cryptography, so that the fuzzer itself can write inner layers,
-// have them refused, or have their plaintext break off. The input is a model in pieces, too.
+// PKCS#5, PKCS#8 and PKCS#12. Every input goes to every reader. The salt steers the toy
+// cryptography, so that the fuzzer itself can write inner layers, have them refused, or have their
+// plaintext break off. The input is a model in pieces, too, which is written and read again.
 
 #include "model.h"
 #include "plain_crypto.h"
 
 namespace {
-
-blob_t view(const std::string& bytes) {
-  return {static_cast<unsigned>(bytes.size()),
-          reinterpret_cast<const unsigned char*>(bytes.data())};
-}
 
 struct toy_crypto_t : plain_crypto_t {
   std::string covered;   // what the MAC is computed over
@@ -26,13 +21,6 @@ struct toy_crypto_t : plain_crypto_t {
     plaintext.assign(data, data + (pbe.salt.size == 2 ? size / 2 : size));
     return pbe.salt.size == 0 || pbe.salt.data[0] != 0xFF;
   }
-  bool encrypt(const unsigned char* data, unsigned size, pkcs5_pbe_gost_t& pbe,
-               std::string& ciphertext) override {
-    ciphertext.assign(data, data + size);
-    pbe = {view(salt), 0x1234, view(iv)};
-    return true;
-  }
-  std::string salt = "salt and", iv = "vector";
 };
 
 using views_t = std::vector<blob_t>;
@@ -60,24 +48,12 @@ bool read_model(const unsigned char* p, unsigned n, pkcs12_easy_t& out) {
   return read;
 }
 
-void write_model(const pkcs12_easy_t& model, std::string& out) {
-  toy_crypto_t crypto;
-  asn_write_pkcs12_easy(model, &crypto, out);
-}
-
-// Numbers with a zero byte are written as others: they show in what is written next.
-template <class Record, class Read, class Write>
-void check(const exact_t& input, Read read, Write write) {
-  Record record, again;
-  std::string written, rewritten;
+template <class Record, class Read>
+void check(const exact_t& input, Read read) {
+  Record record;
   if (!read(input.data(), input.size(), record)) {
     return;
   }
-  write(record, written);
-  const exact_t copy(written);
-  law(read(copy.data(), copy.size(), again));
-  write(again, rewritten);
-  law(written == rewritten);
   for (const blob_t& shown : views(record)) {
     bool owned = input.holds(shown);
     if constexpr (std::is_same_v<Record, pkcs12_easy_t>) {
@@ -100,10 +76,11 @@ const std::string id_data = from_hex("06(2A864886F70D010701)"),
                   id_local_key = from_hex("06(2A864886F70D010915)"),
                   digest_algorithm = from_hex("30(06(2A8503020209) 0500)");
 
-// Of the salt, 1234 and the IV of toy_crypto_t.
+// Of the salt, the rounds and the IV of plain_crypto_t.
 const std::string pbe = from_hex(
-    "30(06(2A864886F70D01050D) 30(30(06(2A864886F70D01050C) 30(04(73616C7420616E64) 02(1234)"
-    "30(06(2A850302020A) 0500))) 30(06(2A8503020215) 30(04(766563746F72) 06(2A850302021F01)))))");
+    "30(06(2A864886F70D01050D) 30(30(06(2A864886F70D01050C) 30(04(0102030405060708) 02(01)"
+    "30(06(2A850302020A) 0500))) 30(06(2A8503020215) 30(04(0102030405060708) "
+    "06(2A850302021F01)))))");
 
 std::string encode_info(const std::string& type, const std::string& content) {
   return der(0x30, type + der(0xA0, content));
@@ -177,11 +154,10 @@ void check_known(model::pieces_t pieces) {
 
 int harness_containers(const std::uint8_t* data, std::size_t size) {
   const exact_t input(text_of(data, size));
-  check<pkcs12_easy_t>(input, read_model, write_model);
+  check<pkcs12_easy_t>(input, read_model);
   check_known(model::pieces_t(text_of(data, size)));
-  check<pkcs8_pki_gost_t>(input, asn_read_pkcs8_pki_gost, asn_write_pkcs8_pki_gost);
-  check<pkcs8_encrypted_pki_gost_t>(input, asn_read_pkcs8_encrypted_pki_gost,
-                                    asn_write_pkcs8_encrypted_pki_gost);
+  check<pkcs8_pki_gost_t>(input, asn_read_pkcs8_pki_gost);
+  check<pkcs8_encrypted_pki_gost_t>(input, asn_read_pkcs8_encrypted_pki_gost);
   asn_pkcs8_priv_key_info_t info;
   law(!asn_read_pkcs8_priv_key_info(input.data(), input.size(), info) ||
       (input.holds(info.algorithm) && input.holds(info.private_key)));

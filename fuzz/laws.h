@@ -6,8 +6,6 @@
 
 #include <cstdlib>
 
-#include <pkider/asn_reader.h>
-
 #include "test_util.h"
 
 // Each becomes the entry point of one fuzzer; replay.cpp runs them all.

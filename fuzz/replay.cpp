@@ -35,7 +35,7 @@ constexpr struct {
 #ifdef HAVE_PEERS
     {"peers", harness_peers, 0},
 #endif
-    {"t61", harness_t61, 4},
+    {"t61", harness_t61, 0},
     {"text_to_name", harness_text_to_name, 0},
     {"times", harness_times, 8},
 };

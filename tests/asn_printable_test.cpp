@@ -17,7 +17,8 @@ std::string answer(bool ok, const std::string& text) {
 
 // The map that a row asks for.
 oid_map_handle_t map_of(const std::string& name) {
-  static const std::string text = "1.2.643.2.2.9 = HASH\n1.2.3.4 = 1.2.4\n1.2.5 =";
+  static const std::string text =
+      "1.2.643.2.2.9 = HASH\n1.2.3.4 = 1.2.4\n1.2.5 =\n1.2.6 = " + std::string(600, 'n');
   static const oid_map_handle_t own = oid_map_parse(text.data(), view(text).size);
   return name[0] == 'n' ? nullptr : name[0] == 'o' ? own : default_map;
 }
@@ -122,19 +123,16 @@ TEST(Names, EveryIdentifierOfAnEmptyValue) {
   }
 }
 
-// As it stands, after a backslash, as two digits after one, and back from DER (Q27, Q29, Q37).
+// As two digits after a backslash, and back from DER (Q27, Q29, Q37).
 TEST(Names, EveryByteOfAValue) {
   for (unsigned byte = 1; byte < 0x100; ++byte) {
     const std::string c(1, static_cast<char>(byte));
     const bool special = std::strchr("\"#+,;<=>\\", c[0]) != nullptr;
     const bool printable = byte < 0x80 && (std::isalnum(static_cast<int>(byte)) != 0 ||
                                            std::strchr(" '()+,-./:=?", c[0]) != nullptr);
-    const std::string value = der(printable ? 0x13 : byte < 0x80 ? 0x16 : 0x0C, "a" + c + "b");
-    const std::string expected = to_hex(common_name(value));
-    EXPECT_EQ(encode("CN=a\\" + to_hex(c) + "b"), expected);
-    EXPECT_EQ(encode("CN=a" + c + "b"), special ? "!" : expected);
-    EXPECT_EQ(encode("CN=a\\" + c + " b") != "!", special);
-    EXPECT_EQ(decode(common_name(value)), ">CN=a" + (special ? "\\" + c : c) + "b");
+    const std::string name = common_name(der(printable ? 0x13 : byte < 0x80 ? 0x16 : 0x0C, c));
+    EXPECT_EQ(encode("CN=\\" + to_hex(c)), to_hex(name));
+    EXPECT_EQ(decode(name), ">CN=" + (special ? "\\" + c : c));
   }
 }
 

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <pkider/asn_reader.h>
-
 #include "row_file.h"
 
 using operations_t = std::map<std::string, std::string (*)(const row_t&)>;
@@ -15,11 +13,6 @@ using operations_t = std::map<std::string, std::string (*)(const row_t&)>;
 void run_rows(const rows_t& file, const operations_t& operations);
 
 std::string hex_number(unsigned long long number);
-
-inline blob_t view(const std::string& bytes) {
-  return {static_cast<unsigned>(bytes.size()),
-          reinterpret_cast<const unsigned char*>(bytes.data())};
-}
 
 // What the records hold before each read.
 inline const std::string untouched("\xEE", 1);

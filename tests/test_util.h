@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include <pkider/asn_reader.h>
+
 // "30 03 02 01 FF": upper case, one space between bytes.
 inline std::string to_hex(const void* data, std::size_t size) {
   static constexpr char digits[] = "0123456789ABCDEF";
@@ -31,6 +33,11 @@ inline std::string to_hex(std::string_view bytes) {
 template <class View>
 std::string bytes_of(const View& view) {
   return std::string(view.data, view.data + view.size);
+}
+
+inline blob_t view(const std::string& bytes) {
+  return {static_cast<unsigned>(bytes.size()),
+          reinterpret_cast<const unsigned char*>(bytes.data())};
 }
 
 // True when the view is empty or lies wholly inside these bytes, whatever size it claims.
