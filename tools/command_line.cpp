@@ -132,7 +132,7 @@ void add_common_options(CLI::App& app) {
         ->type_name("FILE")
         ->expected(1)
         ->take_all();
-    app.add_flag("--json", json_output(), "Write an object of JSON a line, errors too");
+    app.add_flag("--json", json_output(), "Write one JSON object per line, errors too");
   }
 }
 
@@ -144,7 +144,7 @@ void add_name(CLI::App& app) {
       "name",
       "Show the subject of certificates and requests, and the issuer of CRLs, one line each");
   verb.add_flag("--issuer", options->issuer,
-                "Show subject and issuer, as far as there are both, on a line each");
+                "Show subject and issuer, whichever there are, one line each");
   verb.add_flag("--reverse", options->reverse, "Write the last part of a name first");
   add_argument(
       verb, "FILE", options->files,
@@ -194,9 +194,9 @@ void add_dump(CLI::App& app) {
 
 void add_container_options(CLI::App& verb, p12_options_t& options) {
   verb.footer(
-      "Containers open with MACs of SHA-1, SHA-2, SHA-3, GOST R 34.11-94 or Streebog, or none, "
-      "and\n"
-      "encrypted by PBES2 with AES, Camellia, 3DES, RC2 or GOST 28147-89, or by PKCS#12's own "
+      "Containers open with MACs of MD5, SHA-1, SHA-2, SHA-3, GOST R 34.11-94 or Streebog, or "
+      "none,\n"
+      "and encrypted by PBES2 with AES, Camellia, 3DES, RC2 or GOST 28147-89, or by PKCS#12's own\n"
       "schemes.");
   add_argument(verb, "FILE", options.file, "A PKCS#12 file; - is standard input");
   add_opening_options(verb, options.opening, "", "the container");

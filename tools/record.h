@@ -1,4 +1,4 @@
-// One thing that is shown: named fields, on a line each or as a JSON object.
+// One thing that is shown: named fields, one line each or as a JSON object.
 
 #ifndef PKIDER_TOOLS_RECORD_H
 #define PKIDER_TOOLS_RECORD_H

@@ -1,4 +1,4 @@
-// pkider dump: the tree of any DER, an element a line.
+// pkider dump: the tree of any DER, one element per line.
 
 #include <algorithm>
 #include <cstdint>

@@ -65,7 +65,9 @@ PKIDER_API const pki_oid_ref_t* PKI_KEY_ALG_TO_OID(pki_alg_t alg);
 PKIDER_API const pki_oid_ref_t* PKI_CERT_SIGN_ALG_TO_OID(pki_alg_t alg);
 
 // asn_form_ike_signalg returns the complete DER AlgorithmIdentifier of a signature algorithm
-// (RFC 7427, appendix A), RSASSA-PSS parameters included; {null, 0} when there is none.
+// (RFC 7427, appendix A), RSASSA-PSS parameters included; {null, 0} when there is none. These
+// parameters name the hash alone: the mask generation is then MGF1 with SHA-1, the salt 20 octets
+// (RFC 4055, 3.1). A program that signs with another mask or salt writes its own.
 PKIDER_API const pki_oid_ref_t* asn_form_ike_signalg(pki_alg_t alg);
 
 // OID content octets to code; 0 when unknown. Where several codes share an OID it is the plain
@@ -87,9 +89,9 @@ struct asn_algorid_t {
 // asn_add_alg_to_digest replaces the raw digest in `digest` by the DigestInfo around it, with NULL
 // parameters whatever the digest.
 //
-// `alg` must be a digest's code (hash byte and flavour only). For any other the OID is written
-// empty (06 00): there is no failure result. Throws std::bad_alloc only, and then leaves `digest`
-// as it was.
+// `alg` must be a code for which PKI_HASH_ALG_TO_OID has an OID: one of a hash, without SignalCOM's
+// flavour. For any other the OID is written empty (06 00): there is no failure result. Throws
+// std::bad_alloc only, and then leaves `digest` as it was.
 PKIDER_API void asn_add_alg_to_digest(std::string& digest, pki_alg_t alg);
 
 // asn_read_alg_from_digest reads the algorithm of the DigestInfo at the start of `digest_info` as a

@@ -68,7 +68,8 @@ PKIDER_API bool oid_asn_to_str_(const unsigned char* begin, const unsigned char*
 // to a blank, '=', ',' or the line's end; a long name from after the ',' to the line's end,
 // trailing blanks included. Anything but a ',' after the short name ends the entry. Lines that do
 // not begin with a valid OID and '=' are ignored, so any other text is a comment. Where two lines
-// give the same DER, dotted text or short name, the first is found by it.
+// give the same DER, dotted text or short name, the first is found by it. An OID whose short name
+// is empty is printed with none (asn_printable.h): "=value".
 //
 // Always returns a map, which is the caller's to end with oid_map_release. The text is copied: a
 // map takes up to 40 bytes of memory for each byte of text (SECURITY.md). Throws std::bad_alloc

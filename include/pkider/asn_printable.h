@@ -83,9 +83,9 @@ enum PrintableDnOrder : int {
 // Any other value is '#' and the hexadecimal DER of all that follows the type in its attribute.
 //
 // Returns false when the DER is malformed or a value cannot be converted. What was appended then
-// stays: in direct order everything before the fault; in reverse order the finished RDNs, each with
-// its comma, and nothing of the unfinished one. After std::bad_alloc what follows the old content
-// of `out` is unspecified. Nothing outside the `len` bytes is read.
+// stays: in direct order everything before the fault; in reverse order the RDNs that stand before
+// the faulty one in the DER, last first and each with a comma after it. After std::bad_alloc what
+// follows the old content of `out` is unspecified. Nothing outside the `len` bytes is read.
 PKIDER_API bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& out,
                                     PrintableDnOrder order, oid_map_handle_t map);
 

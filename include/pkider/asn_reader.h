@@ -43,8 +43,9 @@ struct asn_tag_t {
   };
 };
 
-// The class of a tag. Classes 0 to 3 stand for constructed tags; CONTEXT_PRIMITIVE is the
-// context-specific class without the constructed bit.
+// The class of a tag, for programs that put identifiers together: no function of these headers
+// takes one. Classes 0 to 3 stand for constructed tags; CONTEXT_PRIMITIVE is the context-specific
+// class without the constructed bit.
 struct asn_tag {
   enum Class : unsigned {
     UNIVERSAL = 0,

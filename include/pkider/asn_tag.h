@@ -113,14 +113,14 @@ class asn_tag_t_ : public asn_tag_fields_t_<N> {
     std::copy_n(static_cast<const unsigned char*>(source), count, append_room(count));
   }
 
-  // append_tag appends the complete encoding of another element.
+  // append_tag appends the complete encoding of another element. A builder cannot be its own child.
   template <unsigned M>
   void append_tag(const asn_tag_t_<M>& child) {
     append_bytes(child.encoded(), child.encoded_size());
   }
 
   // append_element appends an element with `count` bytes of `content`: what append_tag does with a
-  // builder of them, without one.
+  // builder of them, without one. For `content` holds what holds for `source` above.
   void append_element(unsigned char identifier, const void* content, unsigned count) {
     const unsigned header = asn_header_size_(count);
     if (count > std::numeric_limits<unsigned>::max() - header) {

@@ -91,9 +91,9 @@ PKIDER_API std::string& CertTimeToLogStringGMT(cert_time64_t t, std::string& s);
 // as the C library's sscanf reads it, modulo 2^32 or as the largest.
 PKIDER_API cert_time64_t CertTimeFromLogStringGMT(const std::string& text);
 
-// CertTimeToString appends local time as "DD.MM.YYYY hh:mm:ss" to `s` and returns it; the UTC
-// fields followed by " GMT" (or " UTC") where the platform cannot convert them (to local time);
-// "Error time" when `t` is invalid or its year is before 1900.
+// CertTimeToString appends local time as "DD.MM.YYYY hh:mm:ss" to `s` and returns it. It appends
+// the UTC fields followed by " GMT" where mktime_utc_ gives -1, or by " UTC" where only the way
+// from there to local time fails; "Error time" when `t` is invalid or its year is before 1900.
 PKIDER_API std::string& CertTimeToString(cert_time64_t t, std::string& s);
 
 // CertTimeTo_time_t is mktime_utc_ of the fields; -1 when `t` is invalid or its year is before

@@ -27,8 +27,9 @@ struct pkcs12_mac_t {
 // asn_read_pkcs12_MacData reads the *content* of a MacData SEQUENCE: `der` begins with the
 // DigestInfo. The fields become views into it.
 //
-// Returns false when an element is missing or malformed or the iteration count is negative; fields
-// read before the fault keep their new views and the others what they held.
+// Returns false when an element is missing or malformed, or asn_read_INTEGER (asn_reader.h) refuses
+// the iteration count, with FFFFFFFF as limit; fields read before the fault keep their new views
+// and the others what they held.
 PKIDER_API bool asn_read_pkcs12_MacData(const unsigned char* der, unsigned len, pkcs12_mac_t& out);
 
 // Kinds of bag.
@@ -80,7 +81,8 @@ class pbe_crypto_t {
   // Decrypts `data` into `plaintext`, which arrives empty, and returns true; or returns false, and
   // that key or SafeContents is left out of the model. Called once for each encrypted part whose
   // parameters asn_read_pkcs5_pbe_gost reads. The plaintext of a SafeContents must be the complete
-  // OCTET STRING element around it; that of a shrouded key is its PrivateKeyInfo.
+  // OCTET STRING element around it; that of a shrouded key is its PrivateKeyInfo, which becomes the
+  // bag's value whatever it is.
   virtual bool decrypt(const pkcs5_pbe_gost_t& pbe, const unsigned char* data, unsigned size,
                        std::string& plaintext) = 0;
 

@@ -29,11 +29,12 @@ struct pkcs5_pbe_gost_t {
 // asn_read_pkcs5_pbe_gost reads the *content* of a PBES2 AlgorithmIdentifier: `der` begins with its
 // OID, not with its SEQUENCE.
 //
-// Returns false when the scheme, the KDF, the PRF or the cipher is another, or the structure is
-// malformed. The PRF's AlgorithmIdentifier must have parameters (any; usually NULL): without them
-// the result is false, although some programs leave them out. examples/prf_parameters.cpp adds
-// them. Any cipher parameter set is accepted and not kept. A keyLength is accepted and ignored. An
-// empty iteration count leaves `out.iterations` as it was.
+// Returns false when the scheme, the KDF, the PRF or the cipher is another, the structure is
+// malformed, or asn_read_INTEGER refuses the iteration count, with FFFFFFFF as limit. The PRF's
+// AlgorithmIdentifier must have parameters (any; usually NULL): without them the result is false,
+// although some programs leave them out. examples/prf_parameters.cpp adds them. Any cipher
+// parameter set is accepted and not kept. A keyLength is accepted and ignored. An empty iteration
+// count leaves `out.iterations` as it was.
 PKIDER_API bool asn_read_pkcs5_pbe_gost(const unsigned char* der, unsigned len,
                                         pkcs5_pbe_gost_t& out);
 

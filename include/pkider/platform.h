@@ -10,8 +10,8 @@
 // The library's own answer is fixed when it is built. It is a weak symbol: a program that is linked
 // with the library and defines a function of this name and type puts its own directory in its
 // place. A program that loads the library by dlopen must also export the function (link with
-// -rdynamic). The library calls it once, while it is being loaded, before any constructor of the
-// program has run.
+// -rdynamic). The library calls it once, while it is being loaded: in a linked program before any
+// constructor of the program has run.
 PKIDER_API const char* system_config_dir();
 
 enum codepage_t : unsigned {

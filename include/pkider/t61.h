@@ -14,10 +14,10 @@
 //
 // Returns false, with `out` untouched, when a byte is not valid T.61. A prefix and the byte after
 // it give the precomposed letter where Unicode has one (the exceptions are Q30 of docs/dialect.md);
-// the spacing accent before a space or 00; else that byte taken as a code point, then the combining
-// mark. The byte after a prefix is not checked. A prefix that is the last byte is combined with the
-// byte after the input, src[len], which must then be readable. The text must not lie in `out`.
-// Throws std::bad_alloc only.
+// the spacing accent before a space or 00, if there is one (there is none for CC, the underline);
+// else that byte taken as a code point, then the combining mark. The byte after a prefix is not
+// checked. A prefix that is the last byte is combined with the byte after the input, src[len],
+// which must then be readable. The text must not lie in `out`. Throws std::bad_alloc only.
 PKIDER_API bool ldap_t61s_to_utf8s(const char* src, unsigned len, std::string& out);
 
 // ldap_x_wc_to_utf8 encodes one code point in the 1-to-6-byte form of UTF-8 (RFC 2279).
