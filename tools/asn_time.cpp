@@ -59,7 +59,7 @@ bool read_zone(std::string_view text, bool& local, int& minutes_ahead) {
   return true;
 }
 
-// Fields that timegm carries over into others are no date.
+// Fields that timegm carries over into others are not a date.
 bool to_seconds(const std::tm& fields, std::int64_t& seconds) {
   std::tm carried = fields;
   seconds = timegm(&carried);

@@ -39,7 +39,7 @@ std::string check_count(const std::string& text) {
   const std::uint64_t number = digits ? std::stoull(text) : 0;
   return number != 0 && number <= std::numeric_limits<std::uint32_t>::max()
              ? std::string()
-             : "'" + text + "' is no number from 1 to 4294967295";
+             : "'" + text + "' is not a number from 1 to 4294967295";
 }
 
 std::string check_writable(const std::string& text) {

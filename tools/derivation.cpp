@@ -83,7 +83,7 @@ struct iconv_closer_t {
   void operator()(void* converter) const { iconv_close(converter); }
 };
 
-// What is no UTF-8 counts as Latin-1.
+// What is not UTF-8 counts as Latin-1.
 secret_t utf16(const secret_t& text) {
   for (const char* encoding : {"UTF-8", "LATIN1"}) {
     const std::unique_ptr<void, iconv_closer_t> converter(iconv_open("UTF-16BE", encoding));

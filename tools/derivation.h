@@ -96,7 +96,7 @@ class deriver_t {
 };
 
 // A progress for a person who waits: a line on standard error, once the run takes noticeable time.
-// Empty when standard error is no terminal.
+// Empty when standard error is not a terminal.
 deriver_t::progress_t terminal_progress();
 
 #endif

@@ -86,8 +86,8 @@ unsigned header_size(std::string_view content) {
   return asn1_decode_header_(asn_tag_t::SEQUENCE, cur.ptr, cur.len).size;
 }
 
-// Whether an element begins here that is no text: '0' is a SEQUENCE's first byte, but the next of a
-// long header is none of a character.
+// Whether an element begins here rather than text: '0' is also the first byte of a SEQUENCE, but
+// text does not go on with the second byte of a long header.
 bool begins_with_element(std::string_view content) {
   constexpr unsigned short_header = 2;
   return header_size(content) > short_header || starts_with(content, indefinite_sequence) ||
@@ -250,7 +250,7 @@ std::string read_file(const std::string& file) {
   try {
     return read_stream(file, stream.get());
   } catch (const std::bad_alloc&) {
-    throw input_error_t(file, "does not fit the memory");
+    throw input_error_t(file, "does not fit in memory");
   }
 }
 
@@ -269,7 +269,7 @@ std::vector<input_block_t> split_input(const std::string& file, const std::strin
   if (header_size(rest) != 0 || starts_with(rest, indefinite_sequence)) {
     elements.push_back({"", std::string(rest)});
   } else if (!elements.empty()) {
-    report(file, std::to_string(rest.size()) + " bytes at the end are no DER");
+    report(file, std::to_string(rest.size()) + " bytes at the end are not DER");
   }
   if (elements.empty()) {
     throw input_error_t(file, why_unreadable(content));

@@ -11,7 +11,7 @@
 constexpr std::size_t max_input_mib = 256;
 
 // The whole content of `file`, or of standard input for "-". Throws input_error_t when it cannot be
-// read, is larger than max_input_mib, or does not fit the memory.
+// read, is larger than max_input_mib, or does not fit in memory.
 std::string read_file(const std::string& file);
 
 // One DER input, and where it stood.

@@ -77,7 +77,7 @@ context_t open_curve(const char* name) {
   return context_t(context);
 }
 
-// A point of a Weierstrass curve, compressed; empty when it is no point.
+// A point of a Weierstrass curve, compressed; empty when it is not one.
 std::string compressed(const std::string& point) {
   constexpr char even = 2;
   constexpr char whole = 4;

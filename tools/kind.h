@@ -33,7 +33,7 @@ kind_t kind_of(const input_block_t& block);
 const char* short_name(kind_t kind);
 
 // What it is and what to do with it: "a certificate request: openssl req -in FILE -noout -text
-// shows it"; or what is known of an input that is no kind: "cut off after 100 of 1391 bytes".
+// shows it"; or what is known of an input of no kind: "cut off after 100 of 1391 bytes".
 std::string what_it_is(const input_block_t& block);
 
 #endif

@@ -65,7 +65,7 @@ void for_each_file(const std::vector<std::string>& files,
     try {
       attempt([&] { handle(file); });
     } catch (const std::bad_alloc&) {
-      report(file, "does not fit the memory");
+      report(file, "does not fit in memory");
     }
   }
 }

@@ -31,7 +31,7 @@ void report(const std::string& file, const std::string& wrong);
 void report(const std::string& message);
 bool anything_reported();
 
-// Writes "pkider: FILE: TEXT" in the same way, about what is no fault.
+// Writes "pkider: FILE: TEXT" in the same way, about what is not a fault.
 void note(const std::string& file, const std::string& text);
 
 // Shows a line on standard error that stays until a message or a record is written; "" ends it.

@@ -60,7 +60,7 @@ void check_replaceable(const std::string& file, const struct stat& status, bool 
     throw input_error_t(file, "exists already; --overwrite replaces it");
   }
   if (!S_ISREG(status.st_mode)) {
-    throw input_error_t(file, "is no regular file, and only such files are replaced");
+    throw input_error_t(file, "is not a regular file, and only such files are replaced");
   }
 }
 

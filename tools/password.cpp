@@ -45,13 +45,13 @@ bool begins_with(const secret_t& text, std::string_view prefix) {
 void check_text(const std::string& file, const secret_t& line) {
   if (begins_with(line, "\xEF\xBB\xBF")) {
     throw input_error_t(file,
-                        "begins with a byte order mark, which is no part of a password: save "
+                        "begins with a byte order mark, which is not part of a password: save "
                         "it without one");
   }
   if (begins_with(line, "\xFF\xFE") || begins_with(line, "\xFE\xFF") ||
       std::count(line.begin(), line.end(), 0) != 0) {
     throw input_error_t(file,
-                        "is no text in UTF-8 (UTF-16 perhaps), so its password would not be "
+                        "is not UTF-8 text (UTF-16 perhaps), so its password would not be "
                         "the one meant");
   }
 }

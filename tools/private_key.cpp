@@ -151,7 +151,7 @@ void add_private_key(record_t& record, const std::string& where, const blob_t& d
   gost_octets_t gost;
   if (is_gost && !read_gost_octets(key, gost)) {
     throw input_error_t(where, "the key is malformed: " + std::to_string(key.octets.size) +
-                                   " octets, which is no key of " + size_text(bits));
+                                   " octets, which is not a key of " + size_text(bits));
   }
   record.add("key size", size_text(bits), std::uint64_t{bits});
   if (gost.masks != 0) {

@@ -18,7 +18,7 @@ class record_t {
   using value_t = std::variant<std::string, std::uint64_t, bool, list_t, std::vector<record_t>>;
 
   // A field whose JSON value is its text, or another one that programs read more easily. Its JSON
-  // name is `name` in lower case, with '_' for what is no letter or digit.
+  // name is `name` in lower case, with '_' for anything but letters and digits.
   void add(const std::string& name, const std::string& text) { add(name, text, text); }
   void add(const std::string& name, const std::string& text, value_t json) {
     fields_.push_back({name, {text}, std::move(json)});
@@ -53,7 +53,7 @@ class record_t {
 // same way. Or as one line of JSON.
 void print(const record_t& record);
 
-// The JSON object, in one line, safe for a terminal. Bytes that are no UTF-8 become U+FFFD.
+// The JSON object, in one line, safe for a terminal. Bytes that are not UTF-8 become U+FFFD.
 std::string json_line(const record_t& record);
 
 // Writes `line` instead of the fields where text is wanted.

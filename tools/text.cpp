@@ -68,7 +68,7 @@ void escape_for_json(std::string& out, std::string_view, wchar_t c) {
   add(0xDC00 + (code & 0x3FF));
 }
 
-// `text` with `escape` of everything that is not safe; what is no UTF-8 comes byte by byte.
+// `text` with `escape` of everything that is not safe; what is not UTF-8 comes byte by byte.
 template <class Escape>
 std::string escaped(std::string_view text, Escape escape) {
   std::string out;

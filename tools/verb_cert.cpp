@@ -87,11 +87,11 @@ void add_time(record_t& record, const std::string& where, const char* name, cons
   try_field(record, name, [&] {
     asn_time_t time;
     if (!read_asn_time(element, time)) {
-      throw input_error_t(where, std::string("\"") + name + "\" is no time");
+      throw input_error_t(where, std::string("\"") + name + "\" is not a time");
     }
     record.add(name, time_text(time), iso_time_text(time));
     if (!time.exists) {
-      report(where, std::string("\"") + name + "\" is no time that exists: " + time.given);
+      report(where, std::string("\"") + name + "\" is not a time that exists: " + time.given);
     }
   });
 }
