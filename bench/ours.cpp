@@ -127,9 +127,11 @@ std::size_t read_container(const container_t& container) {
   return sum;
 }
 
+// `der` keeps its room from call to call: an empty string is written in place.
 std::size_t write_container(const pkcs12_easy_t& model) {
   static thread_local std::string der;
   plain_crypto_t crypto;
+  der.clear();
   asn_write_pkcs12_easy(model, &crypto, der);
   return der.size();
 }

@@ -9,15 +9,15 @@
 // every part where it stays. A part that has a name would be copied into the next; named{} only
 // refers to it.
 //
-// A part is whatever has a size() of 64 bits and a write() of so many bytes. Sizes past 32 bits are
-// refused with std::bad_alloc before anything is written.
+// A part is whatever has a size() of 64 bits and a write() of so many bytes, which takes the place
+// of its first byte and returns the place after its last. Sizes past 32 bits are refused with
+// std::bad_alloc before anything is written.
 
 #ifndef PKIDER_SRC_DER_WRITER_H
 #define PKIDER_SRC_DER_WRITER_H
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -51,83 +51,7 @@ inline integer_octets_t integer_octets_(unsigned value) {
 
 namespace asn1 {
 
-// ---- Where parts are written ----
-
-// Room for all parts: memory, or the end of a string that will be longer by them. What writes to it
-// takes the place of its first byte and returns the place after its last.
-class room_t {
- public:
-  room_t(unsigned char* begin, unsigned size) : begin_(begin), end_(begin + size) {}
-
-  room_t(std::string& s, unsigned size) : s_(&s), final_size_(grown_size_(s, size)) {
-    s.reserve(final_size_);
-    begin_ = reinterpret_cast<unsigned char*>(s.data()) + s.size();
-    end_ = begin_;
-  }
-
-  unsigned char* begin() const { return begin_; }
-
-  unsigned char* put(unsigned char* p, const unsigned char* octets, unsigned count) {
-    if (count != 0) {
-      reach(p, count);
-      std::memcpy(p, octets, count);
-    }
-    return p + count;
-  }
-
-  unsigned char* put_header(unsigned char* p, unsigned char identifier, std::uint64_t content) {
-    if (content >= 0x80) {
-      return put_long_header(p, identifier, static_cast<unsigned>(content));
-    }
-    reach(p, 2);
-    return asn_put_header_(identifier, static_cast<unsigned char>(content), p);
-  }
-
- private:
-  // A string cannot grow without zeroes where the parts will be. They are put there little by
-  // little, so that the processor's cache still holds them when they are overwritten.
-  static constexpr std::size_t step = 1U << 14;
-
-  // Makes the `count` bytes at `p` writable.
-  void reach(const unsigned char* p, std::size_t count) {
-    if (static_cast<std::size_t>(end_ - p) < count) {
-      lengthen_string(count);
-    }
-  }
-
-  __attribute__((noinline)) void lengthen_string(std::size_t count) {
-    const std::size_t size = s_->size();
-    s_->resize(std::min(final_size_, size + count + step));
-    end_ += s_->size() - size;
-  }
-
-  __attribute__((noinline)) unsigned char* put_long_header(unsigned char* p,
-                                                           unsigned char identifier,
-                                                           unsigned content) {
-    reach(p, asn_header_size_(content));
-    return asn_put_header_(identifier, content, p);
-  }
-
-  unsigned char* begin_;
-  unsigned char* end_;
-  std::string* s_ = nullptr;
-  std::size_t final_size_ = 0;
-};
-
 // ---- Parts ----
-
-// Octets as they are: complete elements, or the content of one.
-class encoded {
- public:
-  encoded(const blob_t& elements) : elements_(elements) {}
-  std::uint64_t size() const { return elements_.size; }
-  unsigned char* write(unsigned char* p, room_t& room) const {
-    return room.put(p, elements_.data, elements_.size);
-  }
-
- private:
-  blob_t elements_;
-};
 
 // An identifier and a length alone.
 struct header {
@@ -135,9 +59,29 @@ struct header {
   std::uint64_t content;
 
   std::uint64_t size() const { return asn_header_size_(content); }
-  unsigned char* write(unsigned char* p, room_t& room) const {
-    return room.put_header(p, identifier, content);
+  unsigned char* write(unsigned char* p) const {
+    return content < 0x80 ? asn_put_header_(identifier, static_cast<unsigned char>(content), p)
+                          : write_long(p);
   }
+
+ private:
+  // Out of line: it would be most of every writer's code.
+  __attribute__((noinline)) unsigned char* write_long(unsigned char* p) const {
+    return asn_put_header_(identifier, static_cast<unsigned>(content), p);
+  }
+};
+
+// Octets as they are: complete elements, or the content of one.
+class encoded {
+ public:
+  encoded(const blob_t& elements) : elements_(elements) {}
+  std::uint64_t size() const { return elements_.size; }
+  unsigned char* write(unsigned char* p) const {
+    return std::copy_n(elements_.data, elements_.size, p);
+  }
+
+ private:
+  blob_t elements_;
 };
 
 // An element of octets.
@@ -146,8 +90,8 @@ struct primitive {
   blob_t octets;
 
   std::uint64_t size() const { return asn_header_size_(octets.size) + std::uint64_t{octets.size}; }
-  unsigned char* write(unsigned char* p, room_t& room) const {
-    return room.put(room.put_header(p, identifier, octets.size), octets.data, octets.size);
+  unsigned char* write(unsigned char* p) const {
+    return std::copy_n(octets.data, octets.size, header{identifier, octets.size}.write(p));
   }
 };
 
@@ -157,7 +101,7 @@ struct named {
   const Part& part;
 
   std::uint64_t size() const { return part.size(); }
-  unsigned char* write(unsigned char* p, room_t& room) const { return part.write(p, room); }
+  unsigned char* write(unsigned char* p) const { return part.write(p); }
 };
 template <class Part>
 named(const Part&) -> named<Part>;
@@ -174,7 +118,7 @@ struct row<A> {
   std::uint64_t total = a.size();
 
   std::uint64_t size() const { return total; }
-  unsigned char* write(unsigned char* p, room_t& room) const { return a.write(p, room); }
+  unsigned char* write(unsigned char* p) const { return a.write(p); }
 };
 template <class A, class B>
 struct row<A, B> {
@@ -183,9 +127,7 @@ struct row<A, B> {
   std::uint64_t total = a.size() + b.size();
 
   std::uint64_t size() const { return total; }
-  unsigned char* write(unsigned char* p, room_t& room) const {
-    return b.write(a.write(p, room), room);
-  }
+  unsigned char* write(unsigned char* p) const { return b.write(a.write(p)); }
 };
 template <class A, class B, class C>
 struct row<A, B, C> {
@@ -195,17 +137,15 @@ struct row<A, B, C> {
   std::uint64_t total = a.size() + b.size() + c.size();
 
   std::uint64_t size() const { return total; }
-  unsigned char* write(unsigned char* p, room_t& room) const {
-    return c.write(b.write(a.write(p, room), room), room);
-  }
+  unsigned char* write(unsigned char* p) const { return c.write(b.write(a.write(p))); }
 };
 
 // An element of other parts.
 template <unsigned char identifier, class... Parts>
 struct element_t : row<Parts...> {
   std::uint64_t size() const { return asn_header_size_(this->total) + this->total; }
-  unsigned char* write(unsigned char* p, room_t& room) const {
-    return row<Parts...>::write(room.put_header(p, identifier, this->total), room);
+  unsigned char* write(unsigned char* p) const {
+    return row<Parts...>::write(header{identifier, this->total}.write(p));
   }
 };
 
@@ -245,7 +185,7 @@ class table_t {
  public:
   table_t(const unsigned char (&octets)[N]) : octets_(octets) {}
   std::uint64_t size() const { return N; }
-  unsigned char* write(unsigned char* p, room_t& room) const { return room.put(p, octets_, N); }
+  unsigned char* write(unsigned char* p) const { return std::copy_n(octets_, N, p); }
 
  private:
   const unsigned char (&octets_)[N];
@@ -259,17 +199,15 @@ oid(blob_t)->oid<encoded>;
 
 struct null {
   static std::uint64_t size() { return 2; }
-  static unsigned char* write(unsigned char* p, room_t& room) {
-    return room.put_header(p, asn_tag_t::NULL_TAG, 0);
-  }
+  static unsigned char* write(unsigned char* p) { return header{asn_tag_t::NULL_TAG, 0}.write(p); }
 };
 
 class number_t {
  public:
   number_t(unsigned value) : content_(integer_octets_(value)) {}
   std::uint64_t size() const { return content_.size; }
-  unsigned char* write(unsigned char* p, room_t& room) const {
-    return room.put(p, content_.octets, content_.size);
+  unsigned char* write(unsigned char* p) const {
+    return std::copy_n(content_.octets, content_.size, p);
   }
 
  private:
@@ -284,9 +222,7 @@ struct optional {
   Part part;
 
   std::uint64_t size() const { return present ? part.size() : 0; }
-  unsigned char* write(unsigned char* p, room_t& room) const {
-    return present ? part.write(p, room) : p;
-  }
+  unsigned char* write(unsigned char* p) const { return present ? part.write(p) : p; }
 };
 template <class Part>
 optional(bool, Part) -> optional<Part>;
@@ -300,9 +236,9 @@ struct each {
   std::uint64_t total = sum();
 
   std::uint64_t size() const { return total; }
-  unsigned char* write(unsigned char* p, room_t& room) const {
+  unsigned char* write(unsigned char* p) const {
     for (const auto& member : list) {
-      p = to_part(member).write(p, room);
+      p = to_part(member).write(p);
     }
     return p;
   }
@@ -326,9 +262,7 @@ inline blob_t view(std::string_view s) {
 // Appends to an element under construction, whose buffer grows at most once.
 template <unsigned N, class Part>
 void append(asn_tag_t_<N>& parent, const Part& part) {
-  const unsigned size = size32_(part.size());
-  room_t room(parent.append_room(size), size);
-  part.write(room.begin(), room);
+  part.write(parent.append_room(size32_(part.size())));
 }
 
 // The same to a parent that may get any number of parts: room at least doubles when it grows, which
@@ -346,14 +280,19 @@ void append_one_of_many(asn_tag_t_<N>& parent, const Part& part) {
 // Appends to a string, which may not hold what the part shows.
 template <class Part>
 void append(std::string& out, const Part& part) {
-  room_t room(out, size32_(part.size()));
-  part.write(room.begin(), room);
+  part.write(reinterpret_cast<unsigned char*>(grow_string_(out, size32_(part.size()))));
+}
+
+// Where to write what will replace `out`: a new string, as parts may show what `out` holds, or the
+// room of an empty one.
+inline std::string room_for(std::string& out) {
+  return out.empty() ? std::move(out) : std::string();
 }
 
 // Replaces a string, which may hold what the part shows.
 template <class Part>
 void assign(std::string& out, const Part& part) {
-  std::string der;
+  std::string der = room_for(out);
   append(der, part);
   out = std::move(der);
 }
@@ -368,8 +307,7 @@ void assign_public(std::string& out, const Part& part) {
     assign(out, part);
     return;
   }
-  room_t room(small, size);
-  part.write(room.begin(), room);
+  part.write(small);
   out.assign(reinterpret_cast<const char*>(small), size);
 }
 

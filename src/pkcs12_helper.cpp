@@ -463,8 +463,8 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
   constexpr std::uint64_t usual_mac = 128;
   const std::uint64_t before_mac = version.size() + auth_safe.size();
   const header expected = {asn_tag_t::SEQUENCE, before_mac + usual_mac};
-  const auto header_size = static_cast<unsigned>(expected.size());
-  secret_string_t_ der(header_size + before_mac + 2 * usual_mac);
+  secret_string_t_ der(room_for(out));
+  der.reserve(expected.size() + before_mac + 2 * usual_mac);
   append(der.text, row{expected, version, named{auth_safe}});
   const auto* end = reinterpret_cast<const unsigned char*>(der.text.data()) + der.text.size();
   const auto safes_size = static_cast<unsigned>(safes.size());
@@ -472,10 +472,10 @@ void asn_write_pkcs12_easy(const pkcs12_easy_t& in, pbe_crypto_t* crypto, std::s
   const bool has_mac = crypto->compute_mac(end - safes_size, safes_size, computed);  // Q49
   const auto mac = mac_data(has_mac ? computed : in.mac);                            // Q55
 
-  std::string actual;
-  append(actual, header{asn_tag_t::SEQUENCE, size32_(before_mac + mac.size())});
+  const header actual = {asn_tag_t::SEQUENCE, size32_(before_mac + mac.size())};
   der.reserve(mac.size() + actual.size());
   append(der.text, mac);
-  der.text.replace(0, header_size, actual);
-  out = der.take();
+  der.text.replace(0, size32_(expected.size()), size32_(actual.size()), '\0');
+  actual.write(reinterpret_cast<unsigned char*>(der.text.data()));
+  out = std::move(der.text);
 }

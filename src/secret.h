@@ -27,10 +27,11 @@ class secret_tag_t_ : public asn_tag_t_<0> {
   ~secret_tag_t_() { explicit_bzero(buf, capacity); }
 };
 
-// A string that is wiped at its end, unless it was taken.
+// A string that is wiped at its end, unless its text was taken.
 class secret_string_t_ {
  public:
-  explicit secret_string_t_(std::uint64_t room) { reserve_string_(text, room); }
+  // Begins with the room of an empty string, if any.
+  explicit secret_string_t_(std::string room = {}) : text(std::move(room)) {}
   secret_string_t_(const secret_string_t_&) = delete;
   secret_string_t_& operator=(const secret_string_t_&) = delete;
   ~secret_string_t_() {
@@ -42,13 +43,12 @@ class secret_string_t_ {
   // Makes room for `count` more bytes; the memory outgrown is wiped.
   void reserve(std::uint64_t count) {
     if (count > text.capacity() - text.size()) {
-      secret_string_t_ grown(text.size() + count);
+      secret_string_t_ grown;
+      reserve_string_(grown.text, text.size() + count);
       grown.text = text;
       text.swap(grown.text);
     }
   }
-
-  std::string take() { return std::move(text); }
 
   std::string text;
 };

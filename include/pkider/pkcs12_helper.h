@@ -117,7 +117,8 @@ PKIDER_API bool asn_read_pkcs12_easy(const unsigned char* der, unsigned len, pbe
 
 // asn_write_pkcs12_easy replaces `out` with the PFX of a model: the plain bags in a data
 // ContentInfo, the encrypted ones in one encryptedData ContentInfo (neither is written without
-// bags), and the MacData. The model's views may show `out` itself.
+// bags), and the MacData. The model's views may show `out` itself. An empty `out` is written in
+// place: one that was cleared and has the room spares an allocation of the container's size.
 //
 // Nothing is checked. A bag whose type is neither key nor certificate is written with its
 // attributes only. Iteration counts are written by asn_write_INTEGER, which drops zero bytes:
