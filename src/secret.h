@@ -1,4 +1,4 @@
-// Key material does not outlive its use.
+// Strings and builders that are wiped: key material does not outlive its use.
 
 #ifndef PKIDER_SRC_SECRET_H
 #define PKIDER_SRC_SECRET_H
