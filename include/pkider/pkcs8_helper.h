@@ -58,6 +58,7 @@ struct asn_pkcs8_priv_key_info_t {
 PKIDER_API bool asn_read_pkcs8_priv_key_info(const unsigned char* der, unsigned len,
                                              asn_pkcs8_priv_key_info_t& out);
 
+// The kinds of GOST key that are read and written.
 enum pkcs8_gost_alg_t : unsigned {
   PKCS8_GOST_2001 = 0,      // GOST R 34.10-2001
   PKCS8_GOST_2012_256 = 1,  // GOST R 34.10-2012, 256 bits
@@ -82,6 +83,7 @@ PKIDER_API void asn_write_pkcs8_pki_gost(const pkcs8_pki_gost_t& in, std::string
 
 // ---- EncryptedPrivateKeyInfo (RFC 5208, 6) ----
 
+// An EncryptedPrivateKeyInfo, split.
 struct pkcs8_encrypted_pki_gost_t {
   pkcs5_pbe_gost_t pbe;
   blob_t encrypted_data;  // content of the encryptedData OCTET STRING

@@ -14,6 +14,7 @@
 // constructor of the program has run.
 PKIDER_API const char* system_config_dir();
 
+// What CodepageConverter converts.
 enum codepage_t : unsigned {
   CODEPAGE_UCS2BE = 2,
   CODEPAGE_UCS4BE = 4,
