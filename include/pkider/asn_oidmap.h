@@ -2,7 +2,8 @@
 //
 // A map gives each OID a short name (CN) and a long name (commonName). Two maps exist from the
 // moment the library is loaded; others are built from text with oid_map_parse. A map never changes
-// once built: any number of threads may look things up in it.
+// once built: any number of threads may look things up in it. The other functions are pure: any
+// thread.
 
 #ifndef PKIDER_ASN_OIDMAP_H
 #define PKIDER_ASN_OIDMAP_H
