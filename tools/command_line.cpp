@@ -93,7 +93,7 @@ void add_opening_options(CLI::App& verb, opening_options_t& options, const std::
   add_password_options(verb, options.password, prefix, whose);
   verb.add_option("--max-iterations", options.round_limit,
                   "Refuse files that ask for more rounds of key derivation in all; a million take "
-                  "some four seconds")
+                  "about four seconds")
       ->check(validator(check_count))
       ->type_name("N")
       ->capture_default_str();
@@ -101,7 +101,8 @@ void add_opening_options(CLI::App& verb, opening_options_t& options, const std::
 
 void add_iterations_option(CLI::App& verb, gost_pbe_options_t& options) {
   verb.add_option("--iterations", options.iterations,
-                  "Rounds of key derivation in what is written; no byte of the number may be zero")
+                  "Rounds of key derivation in what is written; the number may have no zero byte "
+                  "below its first")
       ->check(validator(check_writable))
       ->type_name("N")
       ->capture_default_str();
@@ -116,7 +117,7 @@ void add_overwrite_option(CLI::App& verb, bool& overwrite) {
 void set_secret_work(CLI::App& verb, const std::function<void()>& work) {
   const auto may_swap = std::make_shared<bool>(false);
   verb.add_flag("--may-swap", *may_swap,
-                "Go on where the memory for passwords and keys cannot be locked");
+                "Go on even if the memory for passwords and keys cannot be locked");
   verb.callback([may_swap, work] { with_secrets(*may_swap, work); });
 }
 
@@ -176,7 +177,8 @@ void add_cert(CLI::App& app) {
   CLI::App& verb = *app.add_subcommand(
       "cert", "Show certificates: names, validity, key, signature, extensions and fingerprints");
   verb.add_flag("--verbose", options->verbose, "Show the key itself too, in hexadecimal");
-  verb.add_option("--check-end", options->days, "Fail when a certificate ends within so many days")
+  verb.add_option("--check-end", options->days,
+                  "Fail when a certificate ends within this many days")
       ->check(CLI::Range(0, max_days).description(""))
       ->type_name("DAYS");
   add_argument(verb, "FILE", options->files,
@@ -259,7 +261,7 @@ void add_p12_create(CLI::App& p12) {
       ->check(validator(check_not_standard_output));
   verb.add_flag("--plain-certs", options->plain_certificates, "Leave the certificates unencrypted");
   verb.add_flag("--pair-unchecked", options->pair_unchecked,
-                "Pair a key that cannot be compared with the first certificate of its algorithm");
+                "Pair a key that cannot be compared, with the first certificate of its algorithm");
   verb.add_flag("--native", options->writing.native,
                 "Encrypt in this library's own form, which other programs cannot read");
   add_password_options(verb, options->password, "", "the container");
