@@ -19,23 +19,20 @@
 
 namespace {
 
-constexpr unsigned max_oid_size = 506;
+constexpr unsigned max_oid_size = 506;  // in room for one arc more
 
 bool is_digit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// Base 128, the most significant group first; null when that would pass the end of the room.
-unsigned char* put_arc(unsigned char* to, const unsigned char* room_end, unsigned arc) {
-  int more = 0;
-  for (unsigned rest = arc >> 7; rest != 0; rest >>= 7) {
-    ++more;
+// Base 128, the most significant group first; at most five bytes.
+unsigned char* put_arc(unsigned char* to, unsigned arc) {
+  unsigned shift = 0;
+  while (arc >> shift >= 0x80) {
+    shift += 7;
   }
-  if (room_end - to <= more) {
-    return nullptr;
-  }
-  for (; more != 0; --more) {
-    *to++ = static_cast<unsigned char>(arc >> (7 * more) | 0x80);
+  for (; shift != 0; shift -= 7) {
+    *to++ = static_cast<unsigned char>(arc >> shift | 0x80);
   }
   *to++ = arc & 0x7F;
   return to;
@@ -88,8 +85,8 @@ unsigned oid_str_to_asn_(const char* begin, const char* end, unsigned char (&out
     if (!take_arc(p, end, arc)) {
       return 0;
     }
-    to = put_arc(to, out + max_oid_size, carried + arc);
-    if (to == nullptr) {
+    to = put_arc(to, carried + arc);
+    if (to > out + max_oid_size) {
       return 0;
     }
     carried = 0;
