@@ -39,7 +39,7 @@ PKIDER_API bool printable_dn_get_attr(const char* dn, const char* attr_name, std
 
 // printable_dn_contain_attrs tells whether the comma-separated components of `attrs` stand in `dn`,
 // in order, each equal byte for byte to the text between two commas. Other pieces may lie between
-// them. Malformed text simply does not match.
+// them. It compares text and checks none: `x` is found in `x,CN=`, `CN=a` not in `CN=a+O=b`.
 //
 // It is one forward scan and never goes back: after a component fails at the comma that ends a
 // piece, the next piece is not examined (CN=ab is not found in CN=a,CN=ab); where the last
