@@ -163,13 +163,13 @@ constexpr unsigned char t61_string = 0x14;
 constexpr unsigned char ia5_string = 0x16;
 constexpr unsigned char universal_string = 0x1C;
 
-// A bit for each identifier.
-constexpr unsigned text_tags = 1U << utf8_string | 1U << numeric_string | 1U << printable_string |
-                               1U << t61_string | 1U << ia5_string | 1U << universal_string |
-                               1U << asn_tag_t::BMP_STRING;
+// A bit for each identifier. Q29: the octets of plain strings are not checked.
+constexpr unsigned plain_tags = 1U << utf8_string | 1U << printable_string | 1U << ia5_string;
+constexpr unsigned text_tags = plain_tags | 1U << numeric_string | 1U << t61_string |
+                               1U << universal_string | 1U << asn_tag_t::BMP_STRING;
 
-bool is_text(unsigned identifier) {
-  return identifier <= asn_tag_t::BMP_STRING && (text_tags >> identifier & 1) != 0;
+bool is_one_of(unsigned tags, unsigned identifier) {
+  return identifier <= asn_tag_t::BMP_STRING && (tags >> identifier & 1) != 0;
 }
 
 const char* chars(const unsigned char* p) {
@@ -229,70 +229,37 @@ bool is_numeric(const asn_iter_t& content) {
                      [](unsigned char c) { return c == ' ' || (c >= '0' && c <= '9'); });
 }
 
-// Where the RDNs of a name begin. Few need no memory.
-class rdn_list_t {
- public:
-  void add(const unsigned char* rdn) {
-    if (size_ < few) {
-      few_[size_] = rdn;
-    } else {
-      more_.push_back(rdn);
-    }
-    ++size_;
-  }
-  std::size_t size() const { return size_; }
-  const unsigned char* operator[](std::size_t i) const {
-    return i < few ? few_[i] : more_[i - few];
-  }
-
- private:
-  static constexpr std::size_t few = 32;
-
-  std::size_t size_ = 0;
-  const unsigned char* few_[few];
-  std::vector<const unsigned char*> more_;
-};
-
 // Appends the parts of a Name to a string.
 class name_printer_t {
  public:
-  name_printer_t(const unsigned char* input_end, string_tail_t& out, oid_map_handle_t map)
+  name_printer_t(const unsigned char* input_end, std::string& out, oid_map_handle_t map)
       : input_end_(input_end), out_(out), map_(map) {}
 
   // Name ::= SEQUENCE OF RelativeDistinguishedName
-  bool append_rdns(asn_iter_t name) {
-    asn_iter_t rdn;
-    while (asn1_read_tag_i_(asn_tag_t::SET, &name, &rdn) && append_rdn(rdn)) {
-      if (name.len == 0) {
-        return true;
-      }
-      out_.put(',');
-    }
-    return false;
-  }
-
-  // The same in reverse order: all RDNs are found before the last is written. Where one is
-  // malformed, those before it are written, and all with a comma.
-  bool append_rdns_reversed(asn_iter_t name) {
-    const unsigned char* const end = name.ptr + name.len;
-    rdn_list_t rdns;
-    bool complete = true;
-    while (complete && name.len != 0) {
-      rdns.add(name.ptr);
-      asn_iter_t rdn;
-      complete = asn1_read_tag_i_(asn_tag_t::SET, &name, &rdn);
-    }
+  //
+  // For the reverse order every RDN is reversed where it stands, then all of them together. Nothing
+  // stays of a malformed one, and the comma before it comes last, as the others have theirs.
+  bool append_rdns(asn_iter_t name, bool reverse) {
     const std::size_t begin = out_.size();
-    // cppcheck-suppress uninitvar ; the array in `rdns` is filled as RDNs come
-    for (std::size_t i = rdns.size(); i-- != 0;) {
-      asn_iter_t rest = asn1_range_(rdns[i], end);
+    bool complete = false;
+    for (bool more = true; more;) {
+      const std::size_t rdn_begin = out_.size();
       asn_iter_t rdn;
-      if (!asn1_read_tag_i_(asn_tag_t::SET, &rest, &rdn) || !append_rdn(rdn)) {
-        out_.flush().resize(begin);
-        complete = false;
-      } else if (i != 0 || !complete) {
+      complete = asn1_read_tag_i_(asn_tag_t::SET, &name, &rdn) && append_rdn(rdn);
+      if (reverse && complete) {
+        out_.reverse(rdn_begin);
+      } else if (reverse) {
+        out_.shorten(rdn_begin);
+      }
+      more = complete && name.len != 0;
+      if (more) {
         out_.put(',');
       }
+    }
+    std::string& text = out_.flush();
+    if (reverse && text.size() != begin) {
+      const std::size_t last_comma = complete ? 0 : 1;
+      reverse_bytes_(text.data() + begin, text.data() + text.size() - last_comma);
     }
     return complete;
   }
@@ -316,19 +283,23 @@ class name_printer_t {
     asn_iter_t attribute;
     asn_iter_t type;
     if (!asn1_read_tag_i_(asn_tag_t::SEQUENCE, rdn, &attribute) ||
-        !asn1_read_tag_i_(asn_tag_t::OID, &attribute, &type) || !append_type_name(type)) {
+        !asn1_read_tag_i_(asn_tag_t::OID, &attribute, &type) || !append_type(type)) {
       return false;
     }
-    out_.put('=');
     return append_value(attribute);
   }
 
-  bool append_type_name(const asn_iter_t& type) {
+  // The short name, or dotted OID, and the '='.
+  bool append_type(const asn_iter_t& type) {
     const OIDdescr_t* entry = map_ == nullptr ? nullptr : map_->by_asn.find(type.ptr, type.len);
-    if (entry == nullptr) {
-      return oid_asn_to_str_(type.ptr, type.ptr + type.len, out_.flush());
+    if (entry != nullptr) {
+      out_.put({entry->oid_sn, entry->oid_sn_size}, '=');
+      return true;
     }
-    out_.put({entry->oid_sn, entry->oid_sn_size});
+    if (!oid_asn_to_str_(type.ptr, type.ptr + type.len, out_.flush())) {
+      return false;
+    }
+    out_.put('=');
     return true;
   }
 
@@ -338,17 +309,23 @@ class name_printer_t {
       return false;
     }
     const unsigned char identifier = *rest.ptr;
-    if (!is_text(identifier)) {
+    if (!is_one_of(text_tags, identifier)) {
       out_.put('#');  // Q28
       TO_HEX_STD_STRING(rest.ptr, rest.len, out_.flush(), 0);
       return true;
     }
     asn_iter_t content;
-    return asn1_read_tag_i_(asn_tag_t::Type{identifier}, &rest, &content) &&
-           append_text(identifier, content);
+    if (!asn1_read_tag_i_(asn_tag_t::Type{identifier}, &rest, &content)) {
+      return false;
+    }
+    if (is_one_of(plain_tags, identifier)) {
+      append_escaped(content);
+      return true;
+    }
+    return append_text(identifier, content);
   }
 
-  // The content of a string, as UTF-8 and with escapes.
+  // The content of another string, as UTF-8 and with escapes.
   bool append_text(unsigned char identifier, const asn_iter_t& content) {
     switch (identifier) {
       case t61_string:
@@ -357,20 +334,22 @@ class name_printer_t {
         return append_wide(content, CODEPAGE_UCS4BE);
       case asn_tag_t::BMP_STRING:
         return append_wide(content, CODEPAGE_UCS2BE);
-      case numeric_string:
-        if (!is_numeric(content)) {
-          return false;
-        }
-        break;
       default:
-        break;
+        return append_numeric(content);
     }
-    append_escaped({chars(content.ptr), content.len});  // Q29: not checked
+  }
+
+  bool append_numeric(const asn_iter_t& content) {
+    if (!is_numeric(content)) {
+      return false;
+    }
+    append_escaped(content);
     return true;
   }
 
   // Escaped text is at most twice as long.
-  void append_escaped(std::string_view text) {
+  void append_escaped(const asn_iter_t& content) {
+    std::string_view text = {chars(content.ptr), content.len};
     constexpr std::size_t most = string_tail_t::max_room / 2;
     for (; text.size() > most; text.remove_prefix(most)) {
       out_.advance(escape(text.substr(0, most), out_.room(most * 2)));
@@ -403,7 +382,7 @@ class name_printer_t {
   }
 
   const unsigned char* input_end_;
-  string_tail_t& out_;
+  string_tail_t out_;
   oid_map_handle_t map_;
 };
 
@@ -421,13 +400,8 @@ bool asn_dn_to_printable(const unsigned char* der, unsigned len, std::string& ou
     return true;
   }
   reserve_string_(out, len);
-  string_tail_t text(out);
-  name_printer_t printer(der + len, text, map);
   // Q26: the order is that of the DER unless the caller asks for the other.
-  const bool complete =
-      order == DN_ORDER_REVERSE ? printer.append_rdns_reversed(name) : printer.append_rdns(name);
-  text.flush();
-  return complete;
+  return name_printer_t(der + len, out, map).append_rdns(name, order == DN_ORDER_REVERSE);
 }
 
 bool asn_oid_to_printable(const unsigned char* der, unsigned len, std::string& out, bool with_oid,
