@@ -31,7 +31,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libpkider-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libpkider${PROJECT_VERSION_MAJOR} ${same_version}")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "DER routines, GOST included - development files
-Headers of the pkider library, and what CMake and pkg-config need to find it.")
+Headers of the pkider library, pages and examples, and what CMake and
+pkg-config need to find it.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME pkider-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION utils)

@@ -211,8 +211,7 @@ std::string plain_bag(const safe_bag_t& bag, const std::string& key) {
 
 // Why something in a scheme that the command has did not open.
 std::string failure(const container_t& container) {
-  return container.has_mac ? "does not open, although the password is the container's: it has a "
-                             "password of its own"
+  return container.has_mac ? "does not open with the container's password: it has another one"
                            : "wrong password, or damaged (there is no MAC that would tell which)";
 }
 
