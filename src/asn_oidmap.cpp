@@ -38,11 +38,16 @@ unsigned char* put_arc(unsigned char* to, unsigned arc) {
   return to;
 }
 
-// At most ten digits.
+// At most ten digits; most arcs have one or two.
 char* put_number(char* at, unsigned value) {
-  if (value < 10) {  // most arcs
+  if (value < 10) {
     *at = static_cast<char>('0' + value);
     return at + 1;
+  }
+  if (value < 100) {
+    at[0] = static_cast<char>('0' + value / 10);
+    at[1] = static_cast<char>('0' + value % 10);
+    return at + 2;
   }
   return std::to_chars(at, at + 10, value).ptr;
 }
@@ -104,8 +109,11 @@ bool oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::
     append_string_(text, {chunk, static_cast<std::size_t>(tail - chunk)});
     tail = chunk;
   };
-  bool first = true;
   for (const unsigned char* p = begin; p != end; ++p) {
+    const bool first = p == begin;
+    if (!first) {
+      *tail++ = '.';
+    }
     unsigned value = *p & 0x7FU;
     while ((*p & 0x80) != 0) {
       if (++p == end) {  // Q12
@@ -121,12 +129,8 @@ bool oid_asn_to_str_(const unsigned char* begin, const unsigned char* end, std::
       tail = put_number(tail, value / 40);  // Q10: also where this is above 2
       *tail++ = '.';
       value %= 40;
-      first = false;
     }
     tail = put_number(tail, value);
-    if (p + 1 != end) {
-      *tail++ = '.';
-    }
   }
   flush();
   return begin != end;

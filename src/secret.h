@@ -45,7 +45,7 @@ class secret_string_t_ {
     if (count > text.capacity() - text.size()) {
       secret_string_t_ grown;
       reserve_string_(grown.text, text.size() + count);
-      grown.text = text;
+      grown.text.append(text);
       text.swap(grown.text);
     }
   }
