@@ -1,4 +1,4 @@
-// Botan 2.
+// The cases of Botan 2.
 
 #include <botan/asn1_obj.h>
 #include <botan/ber_dec.h>

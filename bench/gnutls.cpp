@@ -1,4 +1,4 @@
-// GnuTLS, and libtasn1 underneath it for what GnuTLS does not export.
+// The cases of GnuTLS, and of libtasn1 underneath it for what GnuTLS does not export.
 
 #include <gnutls/abstract.h>
 #include <gnutls/gnutls.h>

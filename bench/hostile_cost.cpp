@@ -1,7 +1,7 @@
 // What inputs built to be slow cost: nanoseconds per byte of 1 MiB of each, beside ordinary input;
 // and where that is more than twice as much, because the attack's elements are smaller, nanoseconds
 // per element, which may then be no more than twice those of an ordinary one; in a map, which is
-// sorted, the logarithm of their number besides.
+// sorted, times the logarithm of their number.
 
 #include <malloc.h>
 
@@ -56,7 +56,7 @@ bool print_row(const attack_t& attack) {
 }  // namespace
 
 int main() {
-  // Keeps memory once taken: what the system does to hand out fresh pages is no cost of ours.
+  // Keeps memory once taken: what the system does to hand out fresh pages is not our cost.
   mallopt(M_MMAP_MAX, 0);
   mallopt(M_TRIM_THRESHOLD, std::numeric_limits<int>::max());
   int failures = 0;

@@ -1,4 +1,4 @@
-// mbed TLS 2.28.
+// The cases of mbed TLS 2.28.
 
 #include <mbedtls/asn1.h>
 #include <mbedtls/asn1write.h>
@@ -128,7 +128,7 @@ void add_names(const samples_t& samples, cases_t& cases) {
     const std::size_t rdns = name.attributes.size();
     add_one(cases, {"W2-direct", std::to_string(rdns), rdns}, who, name.der, print, print_note);
   }
-  // Generated names are no input for it: it keeps one attribute of each type.
+  // Generated names are not input for it: it keeps one attribute of each type.
   static const std::vector<std::string> texts = accepted(samples.plain_names);
   add_each(cases, {"W3", "names", texts.size()}, who, texts, parse_name,
            "keeps one attribute of each type, RDNs in reverse; the names it accepts");

@@ -1,4 +1,4 @@
-// OpenSSL 3 (libcrypto).
+// The cases of OpenSSL 3 (libcrypto).
 
 #define OPENSSL_SUPPRESS_DEPRECATED
 

@@ -1,6 +1,6 @@
-// For the fast fuzzers: every array of `new[]` ends where a page ends that is followed by one which
-// cannot be touched, so that an access past its end stops the process. Such arrays are the inputs,
-// libFuzzer's copies of them and the builder's buffers.
+// For the fast fuzzers: every array of `new[]` ends right before a page that cannot be touched, so
+// that an access past its end stops the process. Such arrays are the inputs, libFuzzer's copies of
+// them and the builder's buffers.
 
 #include <sys/mman.h>
 

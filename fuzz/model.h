@@ -190,8 +190,8 @@ inline std::string escape(std::string_view value, std::string_view set = special
   return text;
 }
 
-// In up to six bytes: whatever does not fit the first goes into one more, which costs the first a
-// bit.
+// In up to six bytes: what does not fit into the first goes into further ones, each of which costs
+// the first a bit.
 inline std::string utf8(std::uint32_t c) {
   if (c < 0x80) {
     return std::string(1, static_cast<char>(c));
@@ -221,7 +221,8 @@ inline text_t t61_to_utf8(std::string_view text) {
     const unsigned first = number_of(text.substr(at, 1));
     const bool prefix = first >> 4 == 0xC;
     at += prefix ? 1 : 0;
-    // A letter alone is a letter and a space, without the space; after a prefix at the end is 00.
+    // A letter alone is looked up with a space, which is dropped; after a prefix at the end comes
+    // 00.
     const unsigned second = !prefix ? ' ' : at < text.size() ? number_of(text.substr(at, 1)) : 0;
     const std::string& pair = pairs.at(first * 256 + second);
     if (pair.empty()) {

@@ -18,7 +18,7 @@ void check_codec(const exact_t& input) {
   law(text == '~' + expected);
 }
 
-// What is found is the first entry of which the key is equal.
+// What is found is the first entry with this key.
 void check_found(const OIDdescr_t* found, const std::list<model::entry_t>& entries,
                  std::string model::entry_t::*key, const std::string& wanted) {
   const auto first = std::find_if(entries.begin(), entries.end(),

@@ -10,12 +10,12 @@
 
 #include "laws.h"
 
-// Of libtasn1, whose header and OpenSSL's exclude each other.
+// libtasn1's; its header and OpenSSL's cannot both be included.
 extern "C" long asn1_get_length_der(const unsigned char* der, int size, int* used);
 
 namespace {
 
-// What OpenSSL reads in the input, unless it writes anything else of that.
+// What OpenSSL reads in the input, if it then writes the same bytes; else null.
 template <class T>
 std::shared_ptr<T> reread(const exact_t& input, const ASN1_ITEM* type) {
   const unsigned char* p = input.data();
@@ -30,8 +30,8 @@ std::shared_ptr<T> reread(const exact_t& input, const ASN1_ITEM* type) {
   return same ? std::reinterpret_pointer_cast<T>(value) : nullptr;
 }
 
-// What the library reads of an algorithm is its OID, and where there are parameters the rest. It
-// may misread parameters with a tag of several bytes, of which OpenSSL's types are others.
+// The library reads an algorithm's OID, and goes on only where there are parameters. Parameters
+// with a tag of several bytes, which OpenSSL gives unusual types, it may misread.
 bool check_algorithm(const X509_ALGOR* algorithm, bool read, const blob_t& oid) {
   const ASN1_OBJECT* object = nullptr;
   int type = 0;
@@ -62,8 +62,8 @@ void check_algorithms(const exact_t& input) {
   }
 }
 
-// One header, by libtasn1, which takes any number of length bytes, and those that are there for
-// all.
+// One header, by libtasn1, which takes any number of length bytes, and makes do with those that are
+// there.
 void check_header(const exact_t& input) {
   if (input.size() < 2) {
     return;

@@ -2,10 +2,10 @@
 // one of its bits, named on the way; then all files in many threads at once, of which each begins
 // elsewhere.
 //
-// With a number after the folder, damage is done at every so many-th byte only: for slow tools. A
-// slow harness has such a number of its own, and one thread.
+// With a number N after the folder only every Nth byte is damaged: for slow tools. A slow harness
+// has a further N, and one thread.
 //
-// With a number instead of a folder: all inputs of up to two bytes, and every so many-th of three.
+// With a number N instead of a folder: all inputs of up to two bytes, and every Nth of three.
 
 #include <filesystem>
 #include <fstream>
@@ -22,7 +22,7 @@ constexpr struct {
   const char* name;
   harness_t* run;
   std::size_t steering;  // bytes at the front that are not input to a reader
-  unsigned slow = 1;     // how many damaged and small inputs it gets one of
+  unsigned slow = 1;     // it gets one of so many damaged and small inputs
 } harnesses[] = {
 #ifdef HAVE_COMMAND
     {"command", harness_command, 0, 16},

@@ -18,7 +18,7 @@ struct attack_t {
   std::string operation, name;
   void (*run)(text_t in, std::string& out);
   bool is_der;
-  bool sorts;  // costs the logarithm of its units besides
+  bool sorts;  // its cost grows by the logarithm of its units, too
   std::string ordinary;
   unsigned elements;  // attributes, lines or bags of the ordinary input
   std::string unit, whole;

@@ -2,8 +2,8 @@
 """cost_test.py PROGRAM: no attack costs more than in proportion to its size.
 
 Valgrind counts instructions, the same on every machine and under any load. With eight times the
-input they grow eightfold, or in a map, which is sorted, by the logarithm of its lines besides; so
-do the calls of operator new and the bytes they ask for, at most.
+input they grow eightfold, in a map, which is sorted, also by the logarithm of its lines; the calls
+of operator new and the bytes they ask for grow no faster.
 """
 
 import math
