@@ -163,7 +163,7 @@ constexpr unsigned char t61_string = 0x14;
 constexpr unsigned char ia5_string = 0x16;
 constexpr unsigned char universal_string = 0x1C;
 
-// A bit for each identifier. Q29: the octets of plain strings are not checked.
+// A bit for each identifier.
 constexpr unsigned plain_tags = 1U << utf8_string | 1U << printable_string | 1U << ia5_string;
 constexpr unsigned text_tags = plain_tags | 1U << numeric_string | 1U << t61_string |
                                1U << universal_string | 1U << asn_tag_t::BMP_STRING;
@@ -318,7 +318,7 @@ class name_printer_t {
     if (!asn1_read_tag_i_(asn_tag_t::Type{identifier}, &rest, &content)) {
       return false;
     }
-    if (is_one_of(plain_tags, identifier)) {
+    if (is_one_of(plain_tags, identifier)) {  // Q29: not checked
       append_escaped(content);
       return true;
     }
