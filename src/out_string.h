@@ -48,7 +48,8 @@ inline std::uint32_t reversed_(std::uint32_t word) {
   return __builtin_bswap32(word);
 }
 
-// Reverses the word at `begin` and the one before `end`, and exchanges them. They may overlap.
+// Reverses the word at `begin` and the one before `end`, and exchanges them. They may overlap. In
+// an array that the compiler knows, _FORTIFY_SOURCE makes std::memcpy of a word a call.
 template <class Word>
 void reverse_ends_(char* begin, char* end) {
   Word head;
@@ -57,13 +58,12 @@ void reverse_ends_(char* begin, char* end) {
   std::memcpy(&tail, end - sizeof tail, sizeof tail);
   head = reversed_(head);
   tail = reversed_(tail);
-  std::memcpy(begin, &tail, sizeof tail);
-  std::memcpy(end - sizeof head, &head, sizeof head);
+  __builtin_memcpy(begin, &tail, sizeof tail);
+  __builtin_memcpy(end - sizeof head, &head, sizeof head);
 }
 
-// std::reverse, word by word from both ends. Not inlined: in an array that the compiler knows,
-// _FORTIFY_SOURCE would make every word a call.
-__attribute__((noinline)) inline void reverse_bytes_(char* begin, char* end) {
+// std::reverse, word by word from both ends.
+inline void reverse_bytes_(char* begin, char* end) {
   for (; end - begin > 16; begin += 8, end -= 8) {
     reverse_ends_<std::uint64_t>(begin, end);
   }
