@@ -103,6 +103,8 @@ TEST(OidMap, FindsEachOfMany) {
     const std::string at = " " + std::to_string(i);
     ASSERT_EQ(places(map, dotted, name), at + at + at);
     ASSERT_EQ(places(map, dotted + ".1", name + "0"), " 1200 1200 1200");
+    const std::string head = name.substr(0, std::max<std::size_t>(name.size(), 16) - 16);
+    ASSERT_EQ(places(map, dotted + ".1", head), " 1200 1200 1200");
   }
   oid_map_release(map);
 }
