@@ -1,5 +1,6 @@
 // Prints how much more two threads do than one, for names and containers. One thread works alone,
-// then two at once, many times; the shortest time of either counts, as others may use the cores.
+// then two at once, many times, all workloads in turns; the shortest time of either counts, as
+// others may use the cores, for seconds at a time.
 
 #include <algorithm>
 #include <atomic>
@@ -14,7 +15,7 @@ namespace {
 
 constexpr const char* measured[] = {"W2-direct/names/ours", "W2-reverse/names/ours",
                                     "W3/names/ours", "W5-read/100/ours", "W5-write/100/ours"};
-constexpr int rounds = 301;
+constexpr int rounds = 1001;
 constexpr double seconds_per_round = 0.001;
 
 // Of `threads` threads that each run the case `runs` times, from the moment all are ready.
@@ -44,17 +45,21 @@ double seconds(const case_t& one, unsigned runs, unsigned threads) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
 }
 
-double gain(const case_t& one) {
-  const double estimate = seconds(one, 10, 1) / 10;
-  const auto runs = static_cast<unsigned>(seconds_per_round / estimate) + 1;
+struct measurement_t {
+  const case_t& one;
+  unsigned runs;
   double alone = 1e9;
   double together = 1e9;
-  for (int round = 0; round < rounds; ++round) {
+
+  explicit measurement_t(const case_t& measured_case)
+      : one(measured_case),
+        runs(static_cast<unsigned>(seconds_per_round / (seconds(one, 10, 1) / 10)) + 1) {}
+
+  void measure() {
     alone = std::min(alone, seconds(one, runs, 1));
     together = std::min(together, seconds(one, runs, 2));
   }
-  return 2 * alone / together;
-}
+};
 
 }  // namespace
 
@@ -62,10 +67,18 @@ int main() {
   const samples_t samples = load_samples(CERTIFICATES);
   cases_t cases;
   add_ours(samples, cases);
+  std::vector<measurement_t> measurements;
   for (const case_t& one : cases) {
-    const std::string name = title(one);
-    if (std::find(std::begin(measured), std::end(measured), name) != std::end(measured)) {
-      std::printf("%s %.3f\n", name.c_str(), gain(one));
+    if (std::find(std::begin(measured), std::end(measured), title(one)) != std::end(measured)) {
+      measurements.emplace_back(one);
     }
+  }
+  for (int round = 0; round < rounds; ++round) {
+    for (measurement_t& measurement : measurements) {
+      measurement.measure();
+    }
+  }
+  for (const measurement_t& m : measurements) {
+    std::printf("%s %.3f\n", title(m.one).c_str(), 2 * m.alone / m.together);
   }
 }
