@@ -1,6 +1,6 @@
 // Makes a PKCS#12 container and opens it. The cryptography of the object is a toy, but its care is
-// what every such object needs. tools/gost_pbe.cpp is a real one, for writing; what it would take to
-// read is in tools/mac.cpp and tools/encryption.cpp.
+// what every such object needs. tools/gost_pbe.cpp is a real one, for writing; what it would take
+// to read is in tools/mac.cpp and tools/encryption.cpp.
 #include <string.h>
 
 #include <iostream>

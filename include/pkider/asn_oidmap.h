@@ -12,8 +12,8 @@
 
 #include "pkider_api.h"
 
-// One entry of a map. The three texts, not the DER, are also ended by a zero byte that their sizes do
-// not count. All bytes belong to the map and live as long as it does.
+// One entry of a map. The three texts, not the DER, are also ended by a zero byte that their sizes
+// do not count. All bytes belong to the map and live as long as it does.
 struct OIDdescr_t {
   const unsigned char* oid_asn;  // DER content octets (no tag, no length)
   unsigned oid_asn_size;

@@ -1,8 +1,8 @@
 // T.61 (Teletex) strings to UTF-8, for the T61String values of old certificates.
 //
 // The repertoire is that of ITU-T T.61: one byte a character, and non-spacing diacritic prefixes
-// (C1 to CF, except C9, which is not assigned) that combine with the byte after them. Both functions
-// are pure: any thread.
+// (C1 to CF, except C9, which is not assigned) that combine with the byte after them. Both
+// functions are pure: any thread.
 
 #ifndef PKIDER_T61_H
 #define PKIDER_T61_H
